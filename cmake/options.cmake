@@ -1,0 +1,36 @@
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+endif()
+
+option(FERROW_TESTS "Build the tests" ON)
+option(FERROW_BENCH "Build the benches" ON)
+option(FERROW_WERROR "Treat warnings as errors" ON)
+set(FERROW_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
+
+# Everything is built for AVX2 machines; the library says so at load on an older one.
+add_compile_options(-march=x86-64-v3 -Wall -Wextra -Wshadow -Wconversion -Wno-sign-conversion
+                    $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)
+if(FERROW_WERROR)
+  add_compile_options(-Werror)
+endif()
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g1 -fno-math-errno -fno-trapping-math")
+set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 -g1 -fno-math-errno -fno-trapping-math")
+
+if(FERROW_SANITIZE)
+  add_compile_options(-fsanitize=${FERROW_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${FERROW_SANITIZE})
+endif()
+
+find_program(FERROW_CCACHE ccache)
+if(FERROW_CCACHE)
+  set(CMAKE_C_COMPILER_LAUNCHER ${FERROW_CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${FERROW_CCACHE})
+endif()

@@ -1,0 +1,33 @@
+# One object library per folder. The shared library and the unit tests take the same objects, so that
+# everything is compiled once.
+# ferrow_module(NAME SOURCES a.cpp ... [LINK lib ...]): objects of one folder of the library.
+function(ferrow_module name)
+  cmake_parse_arguments(M "" "" "SOURCES;LINK" ${ARGN})
+  add_library(ferrow_${name} OBJECT ${M_SOURCES})
+  target_include_directories(ferrow_${name} PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+  target_link_libraries(ferrow_${name} PUBLIC Threads::Threads fmt::fmt ${M_LINK})
+  set_property(GLOBAL APPEND PROPERTY FERROW_MODULES ferrow_${name})
+endfunction()
+
+# ferrow_test(NAME SOURCES a.cpp ... [LINK lib ...] [LABELS unit|api|sim|slow ...] [TIMEOUT s]): one GoogleTest
+# program; every case in it becomes a ctest test of its own process.
+function(ferrow_test name)
+  cmake_parse_arguments(T "" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
+  if(NOT T_TIMEOUT)
+    set(T_TIMEOUT 120)
+  endif()
+  add_executable(test_${name} ${T_SOURCES})
+  target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+  target_compile_definitions(test_${name} PRIVATE FERROW_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+  target_link_libraries(test_${name} PRIVATE ${T_LINK} GTest::gtest GTest::gtest_main Threads::Threads fmt::fmt)
+  gtest_discover_tests(test_${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
+                       PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${T_TIMEOUT})
+endfunction()
+
+# ferrow_bench(NAME SOURCES a.cpp ... [LINK lib ...]): one Google Benchmark program.
+function(ferrow_bench name)
+  cmake_parse_arguments(B "" "" "SOURCES;LINK" ${ARGN})
+  add_executable(bench_${name} ${B_SOURCES})
+  target_include_directories(bench_${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+  target_link_libraries(bench_${name} PRIVATE ${B_LINK} benchmark::benchmark benchmark::benchmark_main)
+endfunction()
