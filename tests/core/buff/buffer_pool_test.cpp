@@ -17,9 +17,11 @@ bool onBoundary(const void* p) {
     return reinterpret_cast<uintptr_t>(p) % 64 == 0;
 }
 
-// The block's class, found from outside: the one whose count of raw blocks rises while 200 buffers of one
-// size live.
+// The block's class, found from outside: the one whose count of raw blocks rises while many buffers of one
+// size live, more of them at each call, so that idle ones of earlier calls do not suffice.
 int classUsedBy(size_t bytes) {
+    static int count = 100;
+    count += 100;
     auto& pool = bufferPool::instance();
     std::vector<uint64_t> before(bufferPool::kClasses);
     for (int k = 0; k < bufferPool::kClasses; ++k)
