@@ -82,7 +82,7 @@ void vtrx::remove() {
     if (const auto owner = radio.lock()) {
         auto self = std::static_pointer_cast<vtrx>(shared_from_this());
         owner->queueSeqItem(
-            seqTask("radio.removeVtrx", [radio = owner.get(), self] { radio->removeVtrx(self); }));
+            seqTask("radio.removeVtrx", [owner, self] { owner->removeVtrx(self); }));
     }
 }
 
@@ -90,8 +90,8 @@ void vtrx::setRxFrequency(long long frequency) {
     if (const auto owner = radio.lock()) {
         auto self = std::static_pointer_cast<vtrx>(shared_from_this());
         owner->queueSeqItem(
-            seqTask("radio.setRxFrequency", [radio = owner.get(), self, frequency, mask = ADCs.value()] {
-                radio->setRxFrequency(frequency, *self, mask);
+            seqTask("radio.setRxFrequency", [owner, self, frequency, mask = ADCs.value()] {
+                owner->setRxFrequency(frequency, *self, mask);
             }));
     }
 }
@@ -129,7 +129,7 @@ void vtrx::setTxFilter(int low, int high) {
 void vtrx::postPtt() {
     if (const auto owner = radio.lock()) {
         auto self = std::static_pointer_cast<vtrx>(shared_from_this());
-        owner->queueSeqItem(seqTask("radio.setPtt", [radio = owner.get(), self] { radio->setPtt(*self); }));
+        owner->queueSeqItem(seqTask("radio.setPtt", [owner, self] { owner->setPtt(*self); }));
     }
 }
 

@@ -111,7 +111,7 @@ void vtrx::produceTxChunk() {
     envelope(out);
     if (const auto owner = radio.lock())
         owner->queueSeqItem(
-            seqTask("radio.transmit", [radio = owner.get(), out] { radio->transmit(out); }));
+            seqTask("radio.transmit", [owner, out] { owner->transmit(out); }));
     if (stopRamp_.active && stopRamp_.count < kUnkeyAt) {
         postPtt();
         transmitting_ = false;

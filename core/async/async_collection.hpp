@@ -3,10 +3,10 @@
 
 #include "core/async/async_object.hpp"
 #include "core/async/host_arg.hpp"
+#include "core/async/listener.hpp"
 #include "core/tasks/log.hpp"
 
 #include <atomic>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -32,9 +32,15 @@ public:
     virtual ~asyncCollection() = default;
 
     // Fires on the owner's context after `add` and after a write at an index that changed the list.
-    std::function<void()> changed;
+    Listener changed;
 
     const std::vector<std::shared_ptr<C>>& items() const noexcept { return items_; }
+
+    // Any thread.
+    std::vector<std::shared_ptr<C>> copy() const {
+        const std::lock_guard lock(mutex_);
+        return items_;
+    }
 
     // The owner's context: appends and tells the host.
     void add(std::shared_ptr<C> item) {
@@ -42,8 +48,7 @@ public:
             const std::lock_guard lock(mutex_);
             items_.push_back(item);
         }
-        if (changed)
-            changed();
+        changed();
         if (const Callback callback = callback_.load(std::memory_order_acquire))
             sendAppend(callback, owner_.load(std::memory_order_relaxed), std::move(item));
     }
@@ -54,12 +59,7 @@ public:
         callback_.store(callback, std::memory_order_release);
         if (callback == nullptr)
             return;
-        std::vector<std::shared_ptr<C>> now;
-        {
-            const std::lock_guard lock(mutex_);
-            now = items_;
-        }
-        for (auto& item : now)
+        for (auto& item : copy())
             if (item)
                 sendAppend(callback, owner, std::move(item));
     }
@@ -104,8 +104,7 @@ private:
                 return;
             items_[place].swap(item);
         }
-        if (changed)
-            changed();
+        changed();
     }
 
     static void sendAppend(Callback callback, asyncObject* owner, std::shared_ptr<C> item) {

@@ -21,9 +21,9 @@ public:
     asyncEvent& operator=(const asyncEvent&) = delete;
 
     // Host's thread. Null unbinds.
-    void bind(Callback callback, asyncObject* owner) {
+    void bind(Callback hostCallback, asyncObject* owner) {
         owner_.store(owner, std::memory_order_relaxed);
-        callback_.store(callback, std::memory_order_release);
+        callback_.store(hostCallback, std::memory_order_release);
     }
 
     Callback callback() const noexcept { return callback_.load(std::memory_order_acquire); }
@@ -41,11 +41,11 @@ public:
 
 private:
     bool post(bool (asyncObject::*queue)(std::function<void()>), Args... args) {
-        const Callback bound = callback();
-        if (bound == nullptr)
+        const Callback target = callback();
+        if (target == nullptr)
             return false;
         asyncObject* owner = owner_.load(std::memory_order_relaxed);
-        return (owner->*queue)([bound, ... values = std::move(args)] { bound(HostArg<Args>::pass(values)...); });
+        return (owner->*queue)([target, ... values = std::move(args)] { target(HostArg<Args>::pass(values)...); });
     }
 
     std::atomic<Callback> callback_{nullptr};

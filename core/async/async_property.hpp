@@ -3,9 +3,9 @@
 
 #include "core/async/async_object.hpp"
 #include "core/async/host_arg.hpp"
+#include "core/async/listener.hpp"
 
 #include <atomic>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -60,7 +60,7 @@ public:
     asyncProperty& operator=(const asyncProperty&) = delete;
 
     // Fires on the owner's context whenever the value really changes; set by the owner or its companions.
-    std::function<void()> changed;
+    Listener changed;
 
     // The owner's context; scalars from any thread.
     decltype(auto) value() const noexcept { return cell_.read(); }
@@ -80,8 +80,7 @@ public:
             return;
         }
         cell_.write(std::move(value));
-        if (changed)
-            changed();
+        changed();
         if (!notify)
             return;
         if (const Callback callback = callback_.load(std::memory_order_acquire))

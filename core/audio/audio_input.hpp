@@ -34,7 +34,7 @@ public:
     float peak() const noexcept { return peak_.load(std::memory_order_relaxed); }
 
     // Whether anything has been captured yet.
-    bool started() const noexcept { return position_.load(std::memory_order_acquire) != 0; }
+    bool started() const noexcept { return captured_.load(std::memory_order_acquire); }
     std::uint16_t writeIndex() const noexcept {
         return static_cast<std::uint16_t>(position_.load(std::memory_order_acquire));
     }
@@ -44,8 +44,10 @@ public:
     // when nobody uses the stream any more.
     bool capture(const float* block, std::size_t count) noexcept;
 
+    // An empty ring, before the first capture.
+    void prepareRing();
+
 private:
-    struct Device;
     void open();
 
     std::string name_;
@@ -53,6 +55,7 @@ private:
     int sampleRate_;
     std::atomic<int> users_{0};
     std::atomic<bool> running_{false};
+    std::atomic<bool> captured_{false};
     std::atomic<float> peak_{0};
     std::atomic<std::uint32_t> position_{0}; // 48 kHz ticks << 16 | write index
     std::vector<std::atomic<float>> ring_;
@@ -82,10 +85,8 @@ private:
     audioInputStream* stream_ = nullptr;
     int id_ = 0;
     double pos_ = 0;
-    bool primed_ = false;
     std::chrono::steady_clock::time_point lastRead_{};
     int lag_ = -2048;
-    int counter_ = 0;
 };
 
 } // namespace ferrow
