@@ -10,9 +10,7 @@
 #include <stdbool.h>
 #include <stdint.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+FERROW_BEGIN_C
 
 /* Records that one call of ft8decode may write. */
 enum { FERROW_FT8_MAX_RESULTS = 50 };
@@ -61,8 +59,6 @@ FERROW_API int crc12(const unsigned char* data, int length);
 /* Whether crc12 of the bytes is 0, as it is when they end in their own check field. */
 FERROW_API bool crc12_check(const unsigned char* data, int length);
 
-#ifdef __cplusplus
-}
-#endif
+FERROW_END_C
 
 #endif

@@ -10,8 +10,8 @@ namespace {
 
 constexpr int kLanes = 16;
 
-// One sync symbol of a frame at a given time: where its tone lies for frequency offset 1, and which neighbours it
-// is compared with.
+// One sync symbol of a frame at a given time: where its tone lies for frequency offset 1, and which
+// neighbours it is compared with.
 struct SyncTerm {
     const std::uint8_t* tone;
     bool below;
@@ -25,7 +25,8 @@ struct SyncTerms {
 };
 
 // Symbol 0 is never used, nor the last block.
-SyncTerms syncTerms(const Waterfall& grid, const Ft8Variant& variant, int timeOffset, int timeSub, int freqSub) {
+SyncTerms syncTerms(const Waterfall& grid, const Ft8Variant& variant, int timeOffset, int timeSub,
+                    int freqSub) {
     SyncTerms list;
     for (int g = 0; g < variant.syncGroupCount; ++g) {
         const SyncGroup& group = variant.sync[static_cast<std::size_t>(g)];
@@ -118,11 +119,11 @@ void CandidateHeap::siftDownFromRoot() {
 }
 
 SyncScore syncScore_ref(const Waterfall& grid, const Ft8Variant& variant, const SyncCandidate& position) {
-    const SyncTerms list =
-        syncTerms(grid, variant, position.timeOffset, position.timeSub, position.freqSub);
+    const SyncTerms list = syncTerms(grid, variant, position.timeOffset, position.timeSub, position.freqSub);
     SyncScore score{0, list.count};
     for (int i = 0; i < list.count; ++i)
-        score.sum += contrast(list.terms[static_cast<std::size_t>(i)], position.freqOffset - 1, grid.stride());
+        score.sum +=
+            contrast(list.terms[static_cast<std::size_t>(i)], position.freqOffset - 1, grid.stride());
     return score;
 }
 
@@ -149,7 +150,8 @@ int syncScoreRow(const Waterfall& grid, const Ft8Variant& variant, int timeOffse
 }
 
 bool hasSearchPositions(const Waterfall& grid, const Ft8Variant& variant) {
-    return grid.numBlocks - variant.timeMargin > variant.firstTimeOffset && grid.numBins - variant.binMargin >= 1;
+    return grid.numBlocks - variant.timeMargin > variant.firstTimeOffset &&
+           grid.numBins - variant.binMargin >= 1;
 }
 
 int findSyncCandidates(const Waterfall& grid, const Ft8Variant& variant, CandidateHeap& heap) {

@@ -1,4 +1,5 @@
-// Finding where frames may start: the contrast of the sync tones at every phase, time and frequency of the grid.
+// Finding where frames may start: the contrast of the sync tones at every phase, time and frequency of the
+// grid.
 #pragma once
 
 #include "modes/ft8/variant.hpp"
@@ -25,8 +26,9 @@ struct SyncCandidate {
 // The best candidates so far: a binary heap with the lowest score at the root, in a fixed array. Equal scores
 // keep their order of arrival except as sifting moves them.
 class CandidateHeap {
-  public:
-    // Takes the candidate in, at the cost of the root when full; a full heap takes only scores above the root's.
+public:
+    // Takes the candidate in, at the cost of the root when full; a full heap takes only scores above the
+    // root's.
     void offer(const SyncCandidate& candidate);
     void clear() { count = 0; }
 
@@ -34,7 +36,7 @@ class CandidateHeap {
     // In heap order, which is the order of decoding.
     std::span<SyncCandidate> entries() { return {heap.data(), static_cast<std::size_t>(count)}; }
 
-  private:
+private:
     void siftUp(int at);
     void siftDownFromRoot();
 
@@ -51,8 +53,8 @@ struct SyncScore {
 // One position, plainly: the oracle of the row search.
 SyncScore syncScore_ref(const Waterfall& grid, const Ft8Variant& variant, const SyncCandidate& position);
 
-// All frequency offsets from 1 on of one time offset and phase: sums[i] belongs to offset i + 1. Returns the number
-// of symbols, the same for all. sums.size() is at most numBins - binMargin.
+// All frequency offsets from 1 on of one time offset and phase: sums[i] belongs to offset i + 1. Returns the
+// number of symbols, the same for all. sums.size() is at most numBins - binMargin.
 int syncScoreRow(const Waterfall& grid, const Ft8Variant& variant, int timeOffset, int timeSub, int freqSub,
                  std::span<std::int16_t> sums);
 

@@ -47,6 +47,8 @@ constexpr Ft8Variant kFt4{
 
 } // namespace
 
-const Ft8Variant& ft8Variant(int variant) { return variant == 8 ? kFt8 : kFt4; }
+const Ft8Variant& ft8Variant(int variant) {
+    return variant == 8 ? kFt8 : kFt4;
+}
 
 } // namespace ferrow

@@ -30,10 +30,10 @@ struct Ft8Variant {
     int bitsPerSymbol;
     std::array<std::uint8_t, kFt8MaxTones> gray; // tone that stands for each bit pattern
     int firstTimeOffset;
-    int timeMargin; // time offsets stay below numBlocks - timeMargin
-    int binMargin;  // frequency offsets go from 1 to numBins - binMargin
-    float timeCorrection; // seconds, taken off
-    float snrCorrection;  // dB, taken off
+    int timeMargin;                                      // time offsets stay below numBlocks - timeMargin
+    int binMargin;                                       // frequency offsets go from 1 to numBins - binMargin
+    float timeCorrection;                                // seconds, taken off
+    float snrCorrection;                                 // dB, taken off
     std::array<std::uint8_t, kFt8PayloadBytes> scramble; // XORed over the payload
 };
 

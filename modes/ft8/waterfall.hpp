@@ -8,7 +8,8 @@
 
 namespace ferrow {
 
-// Magnitudes in half decibels, 0 meaning -120 dB, by symbol-length block, time phase, frequency phase and bin.
+// Magnitudes in half decibels, 0 meaning -120 dB, by symbol-length block, time phase, frequency phase and
+// bin.
 struct Waterfall {
     std::int32_t numBlocks;
     std::int32_t numBins; // as far apart as tones
@@ -17,7 +18,7 @@ struct Waterfall {
     std::int32_t noiseLevel; // 30th percentile of all magnitudes
     std::uint8_t* mag;       // not owned; magnitudeCount() bytes
 
-    int blockSize() const { return 2 * numBins; }      // samples of a symbol
+    int blockSize() const { return 2 * numBins; } // samples of a symbol
     int subBlock() const { return blockSize() / timeOsr; }
     int nfft() const { return blockSize() * freqOsr; } // samples of a transform: two symbols
     // From a symbol to the next at the same phases.
@@ -35,8 +36,8 @@ struct Waterfall {
 // sense gives numBlocks or numBins of 0 or less.
 Waterfall waterfallGrid(std::int32_t sampleRate, std::int32_t sampleCount, const Ft8Variant& variant);
 
-// Fills grid.mag and grid.noiseLevel. Needs numBlocks and numBins of at least 1; reads samples only inside the
-// count that the grid was made for. Keeps a transform plan per thread and length.
+// Fills grid.mag and grid.noiseLevel. Needs numBlocks and numBins of at least 1; reads samples only inside
+// the count that the grid was made for. Keeps a transform plan per thread and length.
 void buildWaterfall(const short* samples, Waterfall& grid);
 
 } // namespace ferrow
