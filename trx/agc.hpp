@@ -12,16 +12,17 @@ class agc : public asyncObject {
 public:
     explicit agc(std::shared_ptr<syncTask> context) : asyncObject(std::move(context)) {}
 
-    asyncProperty<float> Attack{0.01f}; // seconds
-    asyncProperty<float> Decay{0.2f};   // seconds
-    asyncProperty<float> Hang{2.0f};    // seconds
-    asyncProperty<float> MaxGain{80.0f}; // dB
-    asyncProperty<float> Volume{1.0f};  // linear
+    asyncProperty<float> Attack{0.01f};    // seconds
+    asyncProperty<float> Decay{0.2f};      // seconds
+    asyncProperty<float> Hang{2.0f};       // seconds
+    asyncProperty<float> MaxGain{80.0f};   // dB
+    asyncProperty<float> Volume{1.0f};     // linear
     asyncProperty<float> Squelch{-180.0f}; // dB; -180 or below is off
     asyncProperty<double> ManualGain{1.0}; // exponent of ten
-    asyncProperty<bool> Enabled{true};  // automatic
+    asyncProperty<bool> Enabled{true};     // automatic
 
-    // The transceiver's context: alters `block` in place and returns it. `level` is the signal strength in dB.
+    // The transceiver's context: alters `block` in place and returns it. `level` is the signal strength in
+    // dB.
     buff<float> process(buff<float> block, bool holdGain, bool applyVolume, float level);
 
 private:

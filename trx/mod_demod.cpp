@@ -4,7 +4,9 @@
 
 namespace ferrow {
 
-buff<float> modDemod::demodulate(buff<std::complex<float>>) { return {}; }
+buff<float> modDemod::demodulate(buff<std::complex<float>>) {
+    return {};
+}
 
 void modDemod::modulate(buff<std::complex<float>>, buff<std::complex<float>>) {}
 

@@ -14,8 +14,8 @@ namespace ferrow {
 
 class vtrx;
 
-// Usable by itself: silent, and it transmits nothing. The transceiver that a mode is given to calls it on its own
-// context, while the mode's properties change on the mode's.
+// Usable by itself: silent, and it transmits nothing. The transceiver that a mode is given to calls it on its
+// own context, while the mode's properties change on the mode's.
 class modDemod : public asyncObject {
 public:
     explicit modDemod(std::shared_ptr<syncTask> context) : asyncObject(std::move(context)) {}
@@ -26,8 +26,8 @@ public:
     asyncProperty<double> rnnoiseSquelch{80.0}; // percentage of the noise reduction's gains that is kept
     asyncProperty<int> db1{0};
 
-    // 512 samples at the mode's rate; valid until the filter's next run, so a mode that keeps them copies. Returns 512
-    // floats for mono, any other size for interleaved stereo, or nothing.
+    // 512 samples at the mode's rate; valid until the filter's next run, so a mode that keeps them copies.
+    // Returns 512 floats for mono, any other size for interleaved stereo, or nothing.
     virtual buff<float> demodulate(buff<std::complex<float>> block);
 
     // Fills `out` from `in`, of the same size. May run at the same time as demodulate.
@@ -41,11 +41,11 @@ public:
     virtual void init(); // after the link to the transceiver is set
     virtual void setPtt(bool on);
 
-    std::atomic<int> txTail{512};           // samples that a release lets out before the ramp ends
-    std::atomic<bool> receiving{false};     // true on release, false on press
-    std::atomic<bool> useTxFilter{true};    // the buffered transmit path runs the transmit filter
-    std::atomic<bool> bufferedTx{true};     // modulate is called with blocks of 512
-    std::atomic<bool> minimumPhase{false};  // the receive filter is made minimum-phase
+    std::atomic<int> txTail{512};          // samples that a release lets out before the ramp ends
+    std::atomic<bool> receiving{false};    // true on release, false on press
+    std::atomic<bool> useTxFilter{true};   // the buffered transmit path runs the transmit filter
+    std::atomic<bool> bufferedTx{true};    // modulate is called with blocks of 512
+    std::atomic<bool> minimumPhase{false}; // the receive filter is made minimum-phase
 
     // The transceiver that runs this mode; null for none. Any thread.
     std::shared_ptr<vtrx> vtrxLink() const;

@@ -7,8 +7,8 @@
 
 namespace ferrow {
 
-// One writer, and one reader at a time. The reader announces what it looks at, so that the writer frees an old list
-// only when nobody looks at it any more.
+// One writer, and one reader at a time. The reader announces what it looks at, so that the writer frees an
+// old list only when nobody looks at it any more.
 template <class T>
 class PublishedList {
 public:

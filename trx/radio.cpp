@@ -115,6 +115,8 @@ void Radio::dealChunk(HwReceiver& receiver, std::size_t index) {
     receiver.fill.store(0, std::memory_order_relaxed);
 }
 
-void Radio::publishVtrxs() { publishedVtrxs_.publish(vtrxs); }
+void Radio::publishVtrxs() {
+    publishedVtrxs_.publish(vtrxs);
+}
 
 } // namespace ferrow

@@ -25,21 +25,22 @@ public:
     explicit Radio(const std::shared_ptr<syncTask>& context);
     ~Radio() override;
 
-    asyncProperty<bool> ptt{false};          // the radio is transmitting
-    asyncProperty<int> maxHwReceivers{1};    // set by the backend
-    asyncProperty<int> maxADCs{1};           // at most 4 are used
-    asyncProperty<bool> canTransmit{false};  // false makes every ptt request a no-op
+    asyncProperty<bool> ptt{false};         // the radio is transmitting
+    asyncProperty<int> maxHwReceivers{1};   // set by the backend
+    asyncProperty<int> maxADCs{1};          // at most 4 are used
+    asyncProperty<bool> canTransmit{false}; // false makes every ptt request a no-op
     asyncProperty<double> rxLevelCalibration{1.0};
     asyncProperty<int> sentPackets{0};
     asyncProperty<int> receivedPackets{0};
-    asyncProperty<int> SampleRate{48000};    // of the hardware receivers, Hz
+    asyncProperty<int> SampleRate{48000};               // of the hardware receivers, Hz
     asyncProperty<bool> disableVirtualReceivers{false}; // one hardware receiver per transceiver
-    asyncProperty<long long> TransceiverOffset{0}; // converter in front of the radio: hardware = logical - this, Hz
+    asyncProperty<long long> TransceiverOffset{
+        0}; // converter in front of the radio: hardware = logical - this, Hz
     asyncProperty<int> drive{0};
     asyncProperty<int> TuneDrive{0};
-    asyncProperty<bool> RadioPtt{false};     // ptt as the hardware reports it
-    asyncProperty<int> cwHangTime{120};      // ms
-    asyncProperty<bool> cwInternal{false};   // CW is keyed inside the hardware
+    asyncProperty<bool> RadioPtt{false};             // ptt as the hardware reports it
+    asyncProperty<int> cwHangTime{120};              // ms
+    asyncProperty<bool> cwInternal{false};           // CW is keyed inside the hardware
     asyncProperty<double> ValidBandwidthRatio{0.95}; // usable fraction of a receiver's bandwidth
 
     // (transceiver, its frequency in Hz, SampleRate, owner)
@@ -58,13 +59,13 @@ public:
     void start();
     void stop();
 
-    // What a vtrx posts here. The allocator finds a hardware receiver for `transceiver` at `frequency` (logical, Hz)
-    // on every ADC of the bit mask, and retunes or adds receivers as needed.
+    // What a vtrx posts here. The allocator finds a hardware receiver for `transceiver` at `frequency`
+    // (logical, Hz) on every ADC of the bit mask, and retunes or adds receivers as needed.
     void setRxFrequency(long long frequency, vtrx& transceiver, int adcMask);
     void setPtt(vtrx& transceiver);
 
-    // The backend's receive thread, one at a time; must not block. `filler(destination, n)` writes exactly n samples of
-    // the backend's stream; `count` samples are there for receiver `index`.
+    // The backend's receive thread, one at a time; must not block. `filler(destination, n)` writes exactly n
+    // samples of the backend's stream; `count` samples are there for receiver `index`.
     template <class Filler>
     void deliverSamples(Filler&& filler, std::size_t count, std::size_t index) {
         if (index >= hwReceivers.size())
@@ -72,7 +73,8 @@ public:
         HwReceiver& receiver = hwReceivers[index];
         while (count > 0) {
             const std::size_t fill = receiver.fill.load(std::memory_order_relaxed);
-            const std::size_t n = std::min(receiver.chunk.size() - std::min(fill, receiver.chunk.size()), count);
+            const std::size_t n =
+                std::min(receiver.chunk.size() - std::min(fill, receiver.chunk.size()), count);
             filler(receiver.chunk.data() + fill, n);
             receiver.fill.store(fill + n, std::memory_order_relaxed);
             count -= n;
@@ -94,8 +96,8 @@ public:
     double wideSpectrumSpan = 0;  // Hz that it spans
 
     bool firstStart = true;
-    int edgeMargin = 1000;                     // Hz lost at each band edge
-    static constexpr int filterGuard = 1000;   // Hz added on each side of a filter
+    int edgeMargin = 1000;                   // Hz lost at each band edge
+    static constexpr int filterGuard = 1000; // Hz added on each side of a filter
     bool avoidDcSpike = false;
     bool adcSwapAllowed = true;
 

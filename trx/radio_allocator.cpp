@@ -12,7 +12,9 @@ namespace {
 
 constexpr int kAdcs = 4;
 
-bool inMask(int mask, int adc) { return (mask >> adc & 1) != 0; }
+bool inMask(int mask, int adc) {
+    return (mask >> adc & 1) != 0;
+}
 
 } // namespace
 
@@ -116,11 +118,11 @@ bool Radio::alone(const vtrx& transceiver, int adc, int index) const {
     });
 }
 
-// How much keeps a receiver from being taken over whole: every other transceiver, and this one's own other ADCs.
+// How much keeps a receiver from being taken over whole: every other transceiver, and this one's own other
+// ADCs.
 int Radio::needCount(const vtrx& transceiver, const HwReceiver& receiver, int adc, int adcMask) const {
-    int count = static_cast<int>(std::count_if(vtrxs.begin(), vtrxs.end(), [&](const auto& other) {
-        return other.get() != &transceiver;
-    }));
+    int count = static_cast<int>(std::count_if(
+        vtrxs.begin(), vtrxs.end(), [&](const auto& other) { return other.get() != &transceiver; }));
     const int its = receiver.adc;
     if (its != adc && inMask(adcMask, its))
         ++count;

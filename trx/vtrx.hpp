@@ -28,52 +28,53 @@ class vtrx : public asyncObject {
 public:
     using Samples = buff<std::complex<float>>;
 
-    static constexpr int kBlock = 512;         // samples at the mode's rate
+    static constexpr int kBlock = 512; // samples at the mode's rate
     static constexpr int kFilterTaps = 1536;
-    static constexpr int kSpectrum = 2048;     // points
-    static constexpr int kTxChunk = 126;       // samples at 48000 a second
-    static constexpr int kDelayLine = 240000;  // 5 s of microphone
+    static constexpr int kSpectrum = 2048;    // points
+    static constexpr int kTxChunk = 126;      // samples at 48000 a second
+    static constexpr int kDelayLine = 240000; // 5 s of microphone
 
     explicit vtrx(std::shared_ptr<syncTask> context);
     ~vtrx() override;
 
-    asyncProperty<bool> ptt{false};               // transmit request
-    asyncProperty<bool> tune{false};              // send a carrier
-    asyncProperty<long long> specFreq{14095600};  // centre of the spectrum, Hz: vfo + specOffset
+    asyncProperty<bool> ptt{false};              // transmit request
+    asyncProperty<bool> tune{false};             // send a carrier
+    asyncProperty<long long> specFreq{14095600}; // centre of the spectrum, Hz: vfo + specOffset
     asyncProperty<long long> specOffset{0};
     asyncProperty<double> specZoom{1.0};
-    asyncProperty<int> audioInput{0};             // place in the list of capture devices
-    asyncProperty<int> audioOutput{-1};           // device number
-    asyncProperty<bool> muted{false};             // no audio device at all
+    asyncProperty<int> audioInput{0};   // place in the list of capture devices
+    asyncProperty<int> audioOutput{-1}; // device number
+    asyncProperty<bool> muted{false};   // no audio device at all
     asyncProperty<std::shared_ptr<agc>> rxagc;
     asyncProperty<std::shared_ptr<agc>> txagc;    // gain while audio must be silent
     asyncProperty<double> signalStrength{0};      // dB
     asyncProperty<bool> foregroundDisplay{false}; // full spectrum rate; also gates vox
     asyncProperty<int> oversample{1};
-    asyncProperty<int> waterfallSpeed{0};         // spectrum overlap exponent
-    asyncProperty<long long> vfo{14095600};       // Hz
-    asyncProperty<int> TxOffset{0};               // Hz
-    asyncProperty<bool> useResampler{true};       // clock tracking of the audio output
+    asyncProperty<int> waterfallSpeed{0};   // spectrum overlap exponent
+    asyncProperty<long long> vfo{14095600}; // Hz
+    asyncProperty<int> TxOffset{0};         // Hz
+    asyncProperty<bool> useResampler{true}; // clock tracking of the audio output
     asyncProperty<double> micLevel{0};
     asyncProperty<bool> bandwidthSufficient{true}; // false: the radio's rate is below the mode's
     asyncProperty<bool> useVox{false};
-    asyncProperty<double> VoxThreshold{0.4};      // linear peak
-    asyncProperty<double> VoxHold{0.5};           // seconds
+    asyncProperty<double> VoxThreshold{0.4}; // linear peak
+    asyncProperty<double> VoxHold{0.5};      // seconds
     asyncProperty<int> drive{0};
-    asyncProperty<int> ADCs{1};                   // bit mask; 3 selects diversity
+    asyncProperty<int> ADCs{1}; // bit mask; 3 selects diversity
     asyncProperty<double> ADC1Gain{1.0};
-    asyncProperty<double> ADC1Phase{0};           // degrees
-    asyncProperty<bool> DelayAudio{false};        // replay the microphone
+    asyncProperty<double> ADC1Phase{0};    // degrees
+    asyncProperty<bool> DelayAudio{false}; // replay the microphone
     asyncProperty<bool> SendAudio{false};
     asyncProperty<bool> SendIQ{false};
-    asyncProperty<bool> TuningValid{true};        // vfo and filter lie inside a hardware receiver
-    asyncProperty<int> OwnerID{0};                // above 0: belongs to a remote client
+    asyncProperty<bool> TuningValid{true}; // vfo and filter lie inside a hardware receiver
+    asyncProperty<int> OwnerID{0};         // above 0: belongs to a remote client
 
     asyncEvent<buff<float>, double, double, int> newSpectrum; // 2048 values, low Hz, high Hz, rate
     asyncEvent<buff<float>> newAudio;
     asyncEvent<Samples, double, int> newIQ; // block, centre in Hz, rate
 
-    // Makes gains and filters, takes the default devices and binds the change handlers; once, before any chunk.
+    // Makes gains and filters, takes the default devices and binds the change handlers; once, before any
+    // chunk.
     void create();
     void start();
     void stop();
@@ -87,18 +88,20 @@ public:
     void setRxFilter(int low, int high); // Hz
     void setTxFilter(int low, int high);
 
-    // One chunk of a hardware receiver whose centre lies at `rxFrequency` Hz, converter included. A signal above the
-    // centre has a negative frequency in `iq`. `wide` spans `wideSpan` Hz from 0.
-    void processRxChunk(Samples iq, long long rxFrequency, int rate, buff<float> wide, double wideSpan, int adc);
+    // One chunk of a hardware receiver whose centre lies at `rxFrequency` Hz, converter included. A signal
+    // above the centre has a negative frequency in `iq`. `wide` spans `wideSpan` Hz from 0.
+    void processRxChunk(Samples iq, long long rxFrequency, int rate, buff<float> wide, double wideSpan,
+                        int adc);
 
     // 126 samples for the radio, posted to it as "radio.transmit".
     void produceTxChunk();
 
-    // Receiver that serves each ADC, or -1. Written on the radio's context, read by its receive thread and here.
+    // Receiver that serves each ADC, or -1. Written on the radio's context, read by its receive thread and
+    // here.
     std::array<std::atomic<int>, 4> hwReceiverOfAdc{-1, -1, -1, -1};
-    std::atomic<int> filterLow{-3000};  // Hz, receive
+    std::atomic<int> filterLow{-3000}; // Hz, receive
     std::atomic<int> filterHigh{3000};
-    std::weak_ptr<Radio> radio;         // set before anything runs
+    std::weak_ptr<Radio> radio; // set before anything runs
 
     // The hardware's CW key, stored by the radio's receive path.
     std::atomic<bool> hardwareKey{false};
@@ -149,7 +152,8 @@ private:
     void processRxSpectrumChunk(const Samples& iq, long long rxFrequency, int rate, buff<float> wide,
                                 double wideSpan);
     void spectrumFrame(SpectrumPass& pass, buff<float>& wide, double wideSpan);
-    void fillMargins(const SpectrumPass& pass, const buff<float>& wide, double wideSpan, buff<float>& out) const;
+    void fillMargins(const SpectrumPass& pass, const buff<float>& wide, double wideSpan,
+                     buff<float>& out) const;
 
     // Transmit.
     void readMicrophone(std::span<float> block);

@@ -1,6 +1,6 @@
 #include "core/audio/audio_provider.hpp"
-#include "trx/dsp/design_bandpass.hpp"
-#include "trx/dsp/seven_term_window.hpp"
+#include "trx/dsp/bandpass_design.hpp"
+#include "trx/dsp/window.hpp"
 #include "trx/radio.hpp"
 #include "trx/vtrx.hpp"
 
@@ -53,11 +53,17 @@ void vtrx::bindHandlers() {
     specZoom.changed = [this] { specPos_ = 0; };
 }
 
-void vtrx::updateSpecFreq() { specFreq.set(vfo.value() + specOffset.value()); }
+void vtrx::updateSpecFreq() {
+    specFreq.set(vfo.value() + specOffset.value());
+}
 
-void vtrx::openOutput() { audioOut_.open(running_ && !muted.value() ? audioOutput.value() : -1); }
+void vtrx::openOutput() {
+    audioOut_.open(running_ && !muted.value() ? audioOutput.value() : -1);
+}
 
-void vtrx::openInput() { micIn_.setStream(running_ && !muted.value() ? audioInput.value() : 0); }
+void vtrx::openInput() {
+    micIn_.setStream(running_ && !muted.value() ? audioInput.value() : 0);
+}
 
 void vtrx::changeDelayAudio() {
     delayLine_ = DelayAudio.value() ? buff<float>(kDelayLine, 0.0f) : buff<float>();
@@ -81,18 +87,16 @@ void vtrx::remove() {
     stop();
     if (const auto owner = radio.lock()) {
         auto self = std::static_pointer_cast<vtrx>(shared_from_this());
-        owner->queueSeqItem(
-            seqTask("radio.removeVtrx", [owner, self] { owner->removeVtrx(self); }));
+        owner->queueSeqItem(seqTask("radio.removeVtrx", [owner, self] { owner->removeVtrx(self); }));
     }
 }
 
 void vtrx::setRxFrequency(long long frequency) {
     if (const auto owner = radio.lock()) {
         auto self = std::static_pointer_cast<vtrx>(shared_from_this());
-        owner->queueSeqItem(
-            seqTask("radio.setRxFrequency", [owner, self, frequency, mask = ADCs.value()] {
-                owner->setRxFrequency(frequency, *self, mask);
-            }));
+        owner->queueSeqItem(seqTask("radio.setRxFrequency", [owner, self, frequency, mask = ADCs.value()] {
+            owner->setRxFrequency(frequency, *self, mask);
+        }));
     }
 }
 
@@ -108,10 +112,10 @@ void vtrx::setModulation(std::shared_ptr<modDemod> mode) {
 
 void vtrx::setRxFilter(int low, int high) {
     const int rate = mode_ ? mode_->sampleRate() : 48000;
-    auto taps = designBandpass(static_cast<float>(low), static_cast<float>(high), static_cast<float>(rate),
-                               kFilterTaps, kFilterTaps);
+    auto taps =
+        designBandpass(static_cast<float>(low), static_cast<float>(high), rate, kFilterTaps, kFilterTaps);
     if (mode_ && mode_->minimumPhase)
-        taps = minimumPhaseTaps(taps);
+        taps = minimumPhase(taps);
     rxFilter_.load(taps);
     if (mode_)
         mode_->setRxFilter(low, high);

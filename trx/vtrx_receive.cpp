@@ -17,7 +17,8 @@ constexpr int kFrozenBlocks = 21;       // the last of them are audible, with fr
 
 } // namespace
 
-void vtrx::processRxChunk(Samples iq, long long rxFrequency, int rate, buff<float> wide, double wideSpan, int adc) {
+void vtrx::processRxChunk(Samples iq, long long rxFrequency, int rate, buff<float> wide, double wideSpan,
+                          int adc) {
     if (!running_ || iq.empty() || rate <= 0)
         return;
     if (!combineAdcs(iq, adc & 3))
@@ -99,9 +100,9 @@ vtrx::Ratio vtrx::rateRatio(int rate, int modeRate) {
 
 void vtrx::prepareResampler(const Ratio& ratio) {
     if (ratio.up == 1 && ratio.down == 1) {
-        if (rxResampler_.up() != 0)
+        if (rxResampler_.upFactor() != 0)
             rxResampler_ = rationalResampler();
-    } else if (rxResampler_.up() != ratio.up || rxResampler_.down() != ratio.down) {
+    } else if (rxResampler_.upFactor() != ratio.up || rxResampler_.downFactor() != ratio.down) {
         rxResampler_ = rationalResampler(ratio.up, ratio.down);
     }
 }
@@ -111,25 +112,24 @@ std::size_t vtrx::feedFilter(double step, const Ratio& ratio, const Samples& iq,
     const auto factor = static_cast<std::size_t>(ratio.factor);
     const std::size_t remaining = iq.size() - consumed;
     const auto space = static_cast<std::size_t>(kBlock - rxOutPos_);
-    const Samples input = rxFilter_.input();
-    const std::span<std::complex<float>> out(input.data() + rxOutPos_, space);
+    const std::span<std::complex<float>> out(rxFilter_.input.data() + rxOutPos_, space);
     if (ratio.up == 1 && ratio.down == 1) {
         const std::size_t n = std::min(space * factor, remaining);
         rxOutPos_ += static_cast<int>(rxMixer_.process(step, ratio.factor, {iq.data() + consumed, n}, out));
         return n;
     }
-    std::size_t n =
-        std::min((space + 1) * static_cast<std::size_t>(ratio.down) * factor / static_cast<std::size_t>(ratio.up),
-                 remaining);
+    std::size_t n = std::min((space + 1) * static_cast<std::size_t>(ratio.down) * factor /
+                                 static_cast<std::size_t>(ratio.up),
+                             remaining);
     n = std::min((n + factor - 1) / factor * factor, remaining);
-    rxMixer_.process(step, ratio.factor, {iq.data() + consumed, n}, rxResampler_.feed(n / factor));
+    rxMixer_.process(step, ratio.factor, {iq.data() + consumed, n}, rxResampler_.feed(n / factor).span());
     rxOutPos_ += static_cast<int>(rxResampler_.produce(out));
     return n;
 }
 
 void vtrx::processBlock(double step) {
     rxFilter_.run();
-    const Samples block = rxFilter_.output();
+    const Samples block = rxFilter_.output;
     if (std::abs(step) >= kOutOfBandStep)
         std::fill(block.begin(), block.end(), std::complex<float>());
     micPeak_ = std::max(micPeak_, static_cast<double>(micIn_.peak()));
@@ -147,7 +147,7 @@ void vtrx::processBlock(double step) {
 
 void vtrx::updateLevels() {
     levelBlockCount_ = 0;
-    const double peak = peakPower(rxFilter_.output());
+    const double peak = peakPower(rxFilter_.output);
     signalStrength.set(10 * std::log10(10 * peak + 1e-180));
     micLevel.set(micPeak_);
     micPeak_ = 0;
@@ -164,8 +164,8 @@ bool vtrx::tuningIsValid() const {
             continue;
         if (index < 0 || static_cast<std::size_t>(index) >= owner->hwReceivers.size())
             return false;
-        const long long centre = owner->hwReceivers[static_cast<std::size_t>(index)].frequency +
-                                 owner->TransceiverOffset.value();
+        const long long centre =
+            owner->hwReceivers[static_cast<std::size_t>(index)].frequency + owner->TransceiverOffset.value();
         const auto half =
             static_cast<long long>(owner->hwReceivers[0].rate * owner->ValidBandwidthRatio.value() * 0.5);
         if (centre - half > vfo.value() + filterLow - Radio::filterGuard ||
@@ -197,7 +197,8 @@ void vtrx::playTransmitting(buff<float> audio, bool stereo) {
     if (hold)
         --txMuteBlocks_;
     const auto level = static_cast<float>(signalStrength.value());
-    audioOut_.write(txagc.value()->process(std::move(audio), hold, true, level), useResampler.value(), stereo);
+    audioOut_.write(txagc.value()->process(std::move(audio), hold, true, level), useResampler.value(),
+                    stereo);
     rxMuteBlocks_ = kMuteBlocks;
 }
 

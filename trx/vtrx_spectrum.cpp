@@ -1,6 +1,6 @@
 #include "core/buff/buff_math.hpp"
 #include "core/fft/fft.hpp"
-#include "trx/dsp/vector_kernels.hpp"
+#include "trx/dsp/window.hpp"
 #include "trx/vtrx.hpp"
 
 #include <algorithm>
@@ -14,7 +14,7 @@ namespace ferrow {
 namespace {
 
 constexpr double kOutOfBandStep = 3.14;
-constexpr float kEmptyBin = 1e-20f; // outside of all data
+constexpr float kEmptyBin = 1e-20f;  // outside of all data
 constexpr float kZeroPower = 1e-38f; // keeps the logarithm finite
 constexpr double kSmallestZoom = 1.0 / 1024;
 constexpr int kMaxOverlapExponent = 11; // 2^11 frames for one frame's samples
@@ -85,7 +85,7 @@ void vtrx::processRxSpectrumChunk(const Samples& iq, long long rxFrequency, int 
             break;
         }
         if (pass.overlap == 1)
-            multiplyByReal(target.first(m), {specWindow_.data() + filled, m});
+            multiplyByWindow(target.data(), specWindow_.data() + filled, target.data(), m);
         consumed += n;
         specPos_ += static_cast<int>(m);
         if (specPos_ == kSpectrum)
@@ -98,8 +98,7 @@ void vtrx::spectrumFrame(SpectrumPass& pass, buff<float>& wide, double wideSpan)
     if (pass.overlap == 1) {
         fft::forward(specBuffer_, specResult_);
     } else {
-        specBuffer_.copy(specScratch_);
-        multiplyByReal({specScratch_.data(), kSpectrum}, {specWindow_.data(), kSpectrum});
+        multiplyByWindow(specBuffer_.data(), specWindow_.data(), specScratch_.data(), kSpectrum);
         fft::forward(specScratch_, specResult_);
     }
 
@@ -162,15 +161,15 @@ void vtrx::spectrumFrame(SpectrumPass& pass, buff<float>& wide, double wideSpan)
 }
 
 // The parts of the display beyond the narrow band, from the wideband samples where they reach.
-void vtrx::fillMargins(const SpectrumPass& pass, const buff<float>& wide, double wideSpan, buff<float>& out) const {
+void vtrx::fillMargins(const SpectrumPass& pass, const buff<float>& wide, double wideSpan,
+                       buff<float>& out) const {
     const int left = std::clamp(pass.first - 1, 0, kSpectrum);
     const int right = std::clamp(pass.last + 1, 0, kSpectrum);
     buff<std::complex<float>> transformed;
     int size = 0;
     if (!wide.empty()) {
         buff<float> windowed(kSpectrum);
-        for (std::size_t i = 0; i < kSpectrum; ++i)
-            windowed[i] = wide[i] * wideWindow_[i];
+        multiplyByWindow(wide.data(), wideWindow_.data(), windowed.data(), kSpectrum);
         transformed = fft::forwardReal(windowed);
         size = kSpectrum / 2;
     }

@@ -9,7 +9,7 @@ namespace ferrow {
 
 namespace {
 
-constexpr int kUnkeyAt = -503; // samples after the ramp: the radio is unkeyed below this
+constexpr int kUnkeyAt = -503;             // samples after the ramp: the radio is unkeyed below this
 constexpr float kMicrophoneShare = 0.707f; // of a real sample, in each component
 constexpr float kTuneLevel = 0.99f;
 
@@ -96,13 +96,13 @@ void vtrx::produceTxChunk() {
                 const std::span<float> microphone(txMicrophone_.data(), kBlock);
                 readMicrophone(microphone);
                 toComplex(microphone, txIn_);
-                mode_->modulate(txIn_, txFilter_.input());
+                mode_->modulate(txIn_, txFilter_.input);
                 if (filtered)
                     txFilter_.run();
                 txReadPos_ = 0;
                 continue;
             }
-            const Samples from = filtered ? txFilter_.output() : txFilter_.input();
+            const Samples from = filtered ? txFilter_.output : txFilter_.input;
             from.copyTo(static_cast<std::size_t>(txReadPos_), available, out, filled);
             txReadPos_ += static_cast<long>(available);
             filled += available;
@@ -110,8 +110,7 @@ void vtrx::produceTxChunk() {
     }
     envelope(out);
     if (const auto owner = radio.lock())
-        owner->queueSeqItem(
-            seqTask("radio.transmit", [owner, out] { owner->transmit(out); }));
+        owner->queueSeqItem(seqTask("radio.transmit", [owner, out] { owner->transmit(out); }));
     if (stopRamp_.active && stopRamp_.count < kUnkeyAt) {
         postPtt();
         transmitting_ = false;

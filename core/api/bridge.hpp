@@ -100,9 +100,8 @@ void setList(void* handle, int operation, int index, void* itemHandle, const cha
     std::shared_ptr<Item> item;
     if (takesItem && !(item = objectOf<Item>(itemHandle, label)))
         return;
-    self->queueSetItem(seqTask(label, [self, operation, index, item] {
-        (self.get()->*M).set(operation, index, item);
-    }));
+    self->queueSetItem(
+        seqTask(label, [self, operation, index, item] { (self.get()->*M).set(operation, index, item); }));
 }
 
 template <auto M>

@@ -64,8 +64,8 @@ public:
                 sendAppend(callback, owner, std::move(item));
     }
 
-    // The owner's context, for what the host wrote; the host is not told. Write at an index beyond the last item makes
-    // the list twice `index` long, with empty places. Unknown operations are ignored.
+    // The owner's context, for what the host wrote; the host is not told. Write at an index beyond the last
+    // item makes the list twice `index` long, with empty places. Unknown operations are ignored.
     void set(int operation, int index, std::shared_ptr<C> item) {
         switch (static_cast<ListOperation>(operation)) {
         case ListOperation::Write:
@@ -120,7 +120,8 @@ private:
     std::atomic<asyncObject*> owner_{nullptr};
 };
 
-// A list whose contents the host stores and hands back; the core fills it with defaults only when it is empty.
+// A list whose contents the host stores and hands back; the core fills it with defaults only when it is
+// empty.
 template <class C>
 class asyncPersistantCollection : public asyncCollection<C> {};
 

@@ -9,8 +9,8 @@
 
 namespace ferrow {
 
-// Keeps no value: a late bind sees nothing of what went before. Arrays and objects reach the host as handles that are
-// made when the call is made, so a dropped notice leaks nothing.
+// Keeps no value: a late bind sees nothing of what went before. Arrays and objects reach the host as handles
+// that are made when the call is made, so a dropped notice leaks nothing.
 template <class... Args>
 class asyncEvent {
 public:
@@ -30,14 +30,10 @@ public:
     bool bound() const noexcept { return callback() != nullptr; }
 
     // Any library thread; false when nothing is bound or the queue is full.
-    bool send(Args... args) {
-        return post(&asyncObject::postUpdate, std::move(args)...);
-    }
+    bool send(Args... args) { return post(&asyncObject::postUpdate, std::move(args)...); }
 
     // The same by way of the render queue, for display data.
-    bool sendRender(Args... args) {
-        return post(&asyncObject::postRenderUpdate, std::move(args)...);
-    }
+    bool sendRender(Args... args) { return post(&asyncObject::postRenderUpdate, std::move(args)...); }
 
 private:
     bool post(bool (asyncObject::*queue)(std::function<void()>), Args... args) {
@@ -45,7 +41,8 @@ private:
         if (target == nullptr)
             return false;
         asyncObject* owner = owner_.load(std::memory_order_relaxed);
-        return (owner->*queue)([target, ... values = std::move(args)] { target(HostArg<Args>::pass(values)...); });
+        return (owner->*queue)(
+            [target, ... values = std::move(args)] { target(HostArg<Args>::pass(values)...); });
     }
 
     std::atomic<Callback> callback_{nullptr};

@@ -10,8 +10,8 @@
 
 namespace ferrow {
 
-// Always on the heap and owned by shared_ptr. Every object belongs to one serial context, on which all of its state
-// changes; it never moves to another.
+// Always on the heap and owned by shared_ptr. Every object belongs to one serial context, on which all of its
+// state changes; it never moves to another.
 class asyncObject : public std::enable_shared_from_this<asyncObject> {
 public:
     using NoticeCallback = void (*)(int);
@@ -34,7 +34,8 @@ public:
     // std::bad_weak_ptr once the last reference has gone.
     void queueSeqItem(seqTask task);
 
-    // Any library thread: the host's pump calls `function`. False if the object has no context or the queue is full.
+    // Any library thread: the host's pump calls `function`. False if the object has no context or the queue
+    // is full.
     bool postUpdate(std::function<void()> function);
     bool postRenderUpdate(std::function<void()> function);
 

@@ -26,8 +26,8 @@ private:
     std::atomic<T> value_;
 };
 
-// Storage of a string or object property. The owner's context is the only writer and reads without a lock; other
-// threads (a pump, a host's bind) take a copy.
+// Storage of a string or object property. The owner's context is the only writer and reads without a lock;
+// other threads (a pump, a host's bind) take a copy.
 template <class T>
 class GuardedCell {
 public:
@@ -47,8 +47,8 @@ private:
     T value_;
 };
 
-// T is int, long long, float, double, bool, std::string or std::shared_ptr<C>. Core code reads and sets it on the
-// owner's context; the host writes it by a task that calls setFromHost there.
+// T is int, long long, float, double, bool, std::string or std::shared_ptr<C>. Core code reads and sets it on
+// the owner's context; the host writes it by a task that calls setFromHost there.
 template <class T>
 class asyncProperty {
 public:
@@ -71,8 +71,8 @@ public:
     // Whether core code has ever given the value.
     bool valid() const noexcept { return valid_.load(std::memory_order_acquire); }
 
-    // The owner's context. An equal value (==; a NaN never is) only makes the property valid. With `notify` false
-    // the host hears nothing and validity stays as it was.
+    // The owner's context. An equal value (==; a NaN never is) only makes the property valid. With `notify`
+    // false the host hears nothing and validity stays as it was.
     void set(T value, bool notify = true) {
         if (cell_.read() == value) {
             if (notify)
@@ -88,7 +88,8 @@ public:
         valid_.store(true, std::memory_order_release);
     }
 
-    // The owner's context, for a value that the host wrote: it already knows it. An object given so counts as valid.
+    // The owner's context, for a value that the host wrote: it already knows it. An object given so counts as
+    // valid.
     void setFromHost(T value) {
         set(std::move(value), false);
         if constexpr (!std::is_arithmetic_v<T> && !std::is_same_v<T, std::string>)

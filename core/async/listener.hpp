@@ -8,8 +8,8 @@
 
 namespace ferrow {
 
-// Assigned from any one thread at a time, called from another without a lock: a replaced function lives until the
-// listener goes.
+// Assigned from any one thread at a time, called from another without a lock: a replaced function lives until
+// the listener goes.
 class Listener {
 public:
     Listener() = default;

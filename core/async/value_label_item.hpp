@@ -20,11 +20,12 @@ public:
         Label.set(std::move(label));
     }
 
-    asyncProperty<int> Value;          // what the choice stands for
+    asyncProperty<int> Value;         // what the choice stands for
     asyncProperty<std::string> Label; // its text
 };
 
-// A point of a piecewise linear curve: a power calibration (reading, watts) or an equaliser (Hz, linear gain).
+// A point of a piecewise linear curve: a power calibration (reading, watts) or an equaliser (Hz, linear
+// gain).
 class calibLine : public asyncObject {
 public:
     explicit calibLine(std::shared_ptr<syncTask> context) : asyncObject(std::move(context)) {}

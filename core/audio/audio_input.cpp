@@ -16,8 +16,8 @@ constexpr int kFarthestBehind = -16384; // samples: beyond this the reader start
 constexpr int kLargestLag = -8192;
 constexpr auto kIdle = std::chrono::milliseconds(101);
 
-int onCapture(const void* input, void*, unsigned long frames, const PaStreamCallbackTimeInfo*, PaStreamCallbackFlags,
-              void* stream) {
+int onCapture(const void* input, void*, unsigned long frames, const PaStreamCallbackTimeInfo*,
+              PaStreamCallbackFlags, void* stream) {
     return static_cast<audioInputStream*>(stream)->capture(static_cast<const float*>(input), frames)
                ? paContinue
                : paComplete;
@@ -62,8 +62,8 @@ void audioInputStream::open() {
     parameters.sampleFormat = paFloat32;
     if (const PaDeviceInfo* info = Pa_GetDeviceInfo(device_))
         parameters.suggestedLatency = info->defaultLowInputLatency;
-    PaError error = Pa_OpenStream(&stream, &parameters, nullptr, sampleRate_, paFramesPerBufferUnspecified, paNoFlag,
-                                  onCapture, this);
+    PaError error = Pa_OpenStream(&stream, &parameters, nullptr, sampleRate_, paFramesPerBufferUnspecified,
+                                  paNoFlag, onCapture, this);
     if (error != paNoError) {
         logError("pa_openstream failed {} {} {}", name_, device_, error);
         running_.store(false, std::memory_order_release);
@@ -132,9 +132,13 @@ void audioInputReader::follow(audioInputStream* stream, int id) {
         stream_->acquire();
 }
 
-bool audioInputReader::open() const noexcept { return stream_ != nullptr && stream_->started(); }
+bool audioInputReader::open() const noexcept {
+    return stream_ != nullptr && stream_->started();
+}
 
-float audioInputReader::peak() const noexcept { return open() ? stream_->peak() : 0.0f; }
+float audioInputReader::peak() const noexcept {
+    return open() ? stream_->peak() : 0.0f;
+}
 
 void audioInputReader::read(std::span<float> block) {
     if (!open()) {
@@ -143,7 +147,8 @@ void audioInputReader::read(std::span<float> block) {
     }
     const auto now = std::chrono::steady_clock::now();
     const std::uint16_t write = stream_->writeIndex();
-    const auto gap = static_cast<std::int16_t>(static_cast<std::uint16_t>(static_cast<std::uint16_t>(pos_) - write));
+    const auto gap =
+        static_cast<std::int16_t>(static_cast<std::uint16_t>(static_cast<std::uint16_t>(pos_) - write));
     const bool idle = now - lastRead_ >= kIdle;
     const bool tooFew = -gap < static_cast<int>(block.size());
     if (tooFew || gap < kFarthestBehind || idle) {

@@ -10,8 +10,8 @@
 
 namespace ferrow {
 
-// One capture device, shared by all transceivers that use it. The device's thread writes a ring of 65536 floats and
-// publishes (time, index) as one word; readers follow behind.
+// One capture device, shared by all transceivers that use it. The device's thread writes a ring of 65536
+// floats and publishes (time, index) as one word; readers follow behind.
 class audioInputStream {
 public:
     static constexpr std::size_t kRing = 65536;
@@ -22,10 +22,11 @@ public:
     ~audioInputStream();
 
     const std::string& name() const noexcept { return name_; }
-    int device() const noexcept { return device_; }        // PortAudio index; -1 for "None"
+    int device() const noexcept { return device_; }         // PortAudio index; -1 for "None"
     int sampleRate() const noexcept { return sampleRate_; } // 48000, or 44100
 
-    // A user comes or goes. The first one opens the device; with the last one gone the device stops by itself.
+    // A user comes or goes. The first one opens the device; with the last one gone the device stops by
+    // itself.
     void acquire();
     void release() noexcept { users_.fetch_sub(1, std::memory_order_acq_rel); }
     int users() const noexcept { return users_.load(std::memory_order_acquire); }
@@ -40,8 +41,8 @@ public:
     }
     float sample(std::uint16_t index) const noexcept { return ring_[index].load(std::memory_order_relaxed); }
 
-    // What the device's callback does with a block: for the callback, and for tests without a device. Returns false
-    // when nobody uses the stream any more.
+    // What the device's callback does with a block: for the callback, and for tests without a device. Returns
+    // false when nobody uses the stream any more.
     bool capture(const float* block, std::size_t count) noexcept;
 
     // An empty ring, before the first capture.
@@ -67,7 +68,8 @@ class audioInputReader {
 public:
     ~audioInputReader();
 
-    // Follows stream `id` of the provider's list from now on; an id out of range is logged and changes nothing.
+    // Follows stream `id` of the provider's list from now on; an id out of range is logged and changes
+    // nothing.
     void setStream(int id);
     int id() const noexcept { return id_; }
 

@@ -35,9 +35,13 @@ audioOutput::~audioOutput() {
     closeStream(state_->stream);
 }
 
-int audioOutput::id() const noexcept { return state_ ? state_->id : -1; }
+int audioOutput::id() const noexcept {
+    return state_ ? state_->id : -1;
+}
 
-bool audioOutput::isOpen() const noexcept { return state_ && state_->stream != nullptr; }
+bool audioOutput::isOpen() const noexcept {
+    return state_ && state_->stream != nullptr;
+}
 
 void audioOutput::open(int id) {
     if (!state_) {

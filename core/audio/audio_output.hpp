@@ -16,8 +16,8 @@ public:
     audioOutput& operator=(const audioOutput&) = delete;
     ~audioOutput();
 
-    // Closes any stream, resets the ring and opens device `id` at 48000 Hz: a PortAudio index, that plus 1000 for low
-    // latency, or a negative number for none. Failures are logged and leave the stream closed.
+    // Closes any stream, resets the ring and opens device `id` at 48000 Hz: a PortAudio index, that plus 1000
+    // for low latency, or a negative number for none. Failures are logged and leave the stream closed.
     void open(int id);
     int id() const noexcept;
     bool isOpen() const noexcept;

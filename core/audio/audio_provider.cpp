@@ -23,14 +23,12 @@ public:
     int defaultOutput() override { return Pa_GetDefaultOutputDevice(); }
 
     bool captures(int index, int sampleRate) override {
-        const auto parameters =
-            format(index, 1, Pa_GetDeviceInfo(index)->defaultLowInputLatency);
+        const auto parameters = format(index, 1, Pa_GetDeviceInfo(index)->defaultLowInputLatency);
         return Pa_IsFormatSupported(&parameters, nullptr, sampleRate) == paFormatIsSupported;
     }
 
     bool plays(int index, int sampleRate) override {
-        const auto parameters =
-            format(index, 2, Pa_GetDeviceInfo(index)->defaultLowOutputLatency);
+        const auto parameters = format(index, 2, Pa_GetDeviceInfo(index)->defaultLowOutputLatency);
         return Pa_IsFormatSupported(nullptr, &parameters, sampleRate) == paFormatIsSupported;
     }
 
@@ -53,7 +51,9 @@ AudioProvider& AudioProvider::instance() {
     return *provider;
 }
 
-AudioProvider::AudioProvider() { enumerate(); }
+AudioProvider::AudioProvider() {
+    enumerate();
+}
 
 void AudioProvider::enumerate() {
     const std::lock_guard lock(portAudioMutex());

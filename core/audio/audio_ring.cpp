@@ -8,9 +8,9 @@ namespace ferrow {
 namespace {
 
 constexpr int kSettlingBlocks = 32;
-constexpr int kFullest = 16384;      // frames
+constexpr int kFullest = 16384; // frames
 constexpr double kLargestTarget = 8192;
-constexpr int kPatience = 3;         // resyncs before the writer jumps
+constexpr int kPatience = 3;          // resyncs before the writer jumps
 constexpr double kPauseBuffers = 2.5; // a longer gap between callbacks is a pause of the device
 
 } // namespace
@@ -21,7 +21,9 @@ std::int64_t audioTicks() noexcept {
     return ns / 125000 * 6 + ns % 125000 * 6 / 125000;
 }
 
-AudioRing::AudioRing() : ring_(2 * kFrames) { reset(); }
+AudioRing::AudioRing() : ring_(2 * kFrames) {
+    reset();
+}
 
 void AudioRing::reset() {
     for (auto& value : ring_)
@@ -90,7 +92,8 @@ void AudioRing::put(float left, float right) noexcept {
     ring_[at + 1].store(right, std::memory_order_relaxed);
 }
 
-void AudioRing::write(std::span<const float> block, bool useResampler, bool stereo, std::int64_t now) noexcept {
+void AudioRing::write(std::span<const float> block, bool useResampler, bool stereo,
+                      std::int64_t now) noexcept {
     if (skipBlocks_ > 0) {
         --skipBlocks_;
         feedMean(target_);

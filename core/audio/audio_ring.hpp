@@ -13,8 +13,8 @@ namespace ferrow {
 // Ticks of 48 kHz since an arbitrary point of the monotonic clock.
 std::int64_t audioTicks() noexcept;
 
-// One writer (a transceiver's context) and one reader (the device's callback). The ring holds 65536 stereo frames; both
-// sides share only a word of a 16-bit read index and a 16-bit time. Times are ticks of 48 kHz.
+// One writer (a transceiver's context) and one reader (the device's callback). The ring holds 65536 stereo
+// frames; both sides share only a word of a 16-bit read index and a 16-bit time. Times are ticks of 48 kHz.
 class AudioRing {
 public:
     static constexpr std::size_t kFrames = 65536;
@@ -31,8 +31,8 @@ public:
     void read(float* out, std::size_t frames, std::int64_t now) noexcept;
 
     // For tests and statistics; the writer's thread.
-    double target() const noexcept { return target_; }  // frames that the writer keeps ahead
-    double ratio() const noexcept { return ratio_; }    // output samples for an input sample
+    double target() const noexcept { return target_; } // frames that the writer keeps ahead
+    double ratio() const noexcept { return ratio_; }   // output samples for an input sample
     int skipBlocks() const noexcept { return skipBlocks_; }
     std::uint16_t writeIndex() const noexcept { return write_; }
 
@@ -47,7 +47,7 @@ private:
     std::uint16_t estimatedRead(std::int64_t now) const noexcept;
     void put(float left, float right) noexcept;
 
-    std::vector<std::atomic<float>> ring_; // interleaved
+    std::vector<std::atomic<float>> ring_;   // interleaved
     std::atomic<std::uint32_t> position_{0}; // time << 16 | read index
 
     // The writer's.

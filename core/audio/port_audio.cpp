@@ -32,7 +32,9 @@ void usePortAudio() {
     static const StreamsAtExit streamsAtExit;
 }
 
-void rememberStream(PaStream* stream) { runningStreams().insert(stream); }
+void rememberStream(PaStream* stream) {
+    runningStreams().insert(stream);
+}
 
 void closeStream(PaStream*& stream) {
     if (stream == nullptr)

@@ -17,8 +17,8 @@ constexpr double kPointSpacing = 24000.0 / Wireless::kEqPoints;
 constexpr std::array<std::pair<double, double>, Wireless::kEqLines> kFlatCurve{
     {{0, 1}, {64, 1}, {128, 1}, {300, 1}, {600, 1}, {1200, 1}, {2400, 1}, {4800, 1}, {24000, 1}}};
 
-// The latest object by address, as it publishes itself in its constructor. It stays until another one comes; looking at
-// it takes a reference that fails once it has gone.
+// The latest object by address, as it publishes itself in its constructor. It stays until another one comes;
+// looking at it takes a reference that fails once it has gone.
 struct Current {
     std::mutex mutex;
     Wireless* object = nullptr;

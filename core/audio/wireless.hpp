@@ -24,13 +24,13 @@ public:
     explicit Wireless(const std::shared_ptr<syncTask>& context);
     ~Wireless() override;
 
-    asyncCollection<ValueLabelItem> outputDevices; // Value: device number
-    asyncCollection<ValueLabelItem> inputDevices;  // Value: place in the provider's list
+    asyncCollection<ValueLabelItem> outputDevices;     // Value: device number
+    asyncCollection<ValueLabelItem> inputDevices;      // Value: place in the provider's list
     asyncPersistantCollection<calibLine> DefaultMicEQ; // inp: Hz, outp: linear gain
     asyncEvent<buff<std::complex<float>>> PlotCplxF;   // may be bound; nothing sends it
 
-    // Fills an empty DefaultMicEQ with the flat curve and watches its first nine lines. A list of fewer lines is logged
-    // and left alone.
+    // Fills an empty DefaultMicEQ with the flat curve and watches its first nine lines. A list of fewer lines
+    // is logged and left alone.
     void Init();
 
     // Rises by one whenever one of the first nine lines changes. Any thread.
@@ -39,8 +39,8 @@ public:
     // The latest one, or null.
     static std::shared_ptr<Wireless> current();
 
-    // Gains of this object's curve: linear interpolation between its lines, the last segment's slope going on past the
-    // last line. All ones while there are fewer than nine lines. Any thread.
+    // Gains of this object's curve: linear interpolation between its lines, the last segment's slope going on
+    // past the last line. All ones while there are fewer than nine lines. Any thread.
     buff<float> microphoneEq() const;
 
 private:

@@ -17,7 +17,9 @@ namespace {
 // The logger outlives the registry on purpose: threads may log while the process leaves.
 std::atomic<spdlog::logger*> current{nullptr};
 
-spdlog::level::level_enum toSpdlog(LogLevel level) { return static_cast<spdlog::level::level_enum>(level); }
+spdlog::level::level_enum toSpdlog(LogLevel level) {
+    return static_cast<spdlog::level::level_enum>(level);
+}
 
 spdlog::logger& logger() {
     if (spdlog::logger* opened = current.load(std::memory_order_acquire))
@@ -36,9 +38,13 @@ void openLog(const char* path) {
     current.store(kept->get(), std::memory_order_release);
 }
 
-void setLogLevel(LogLevel level) { spdlog::set_level(toSpdlog(level)); }
+void setLogLevel(LogLevel level) {
+    spdlog::set_level(toSpdlog(level));
+}
 
-bool logEnabled(LogLevel level) { return logger().should_log(toSpdlog(level)); }
+bool logEnabled(LogLevel level) {
+    return logger().should_log(toSpdlog(level));
+}
 
 void logRecord(LogLevel level, std::string_view text) {
     logger().log(toSpdlog(level), spdlog::string_view_t(text.data(), text.size()));

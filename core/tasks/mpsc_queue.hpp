@@ -18,10 +18,10 @@ inline constexpr std::size_t kCacheLine = 64;
 // A number of this thread that no other thread of the process ever has; never 0.
 std::uint32_t currentThreadId() noexcept;
 
-// Elements come out in the order of their tickets whenever all of them are visible at the heads of their rings; a
-// ticket taken but not yet stored can be overtaken by a later one of another thread. Each of the first 32 threads
-// that push gets a ring of N-1 usable places and keeps it for ever; every later thread is refused. A ring is
-// allocated when its thread first pushes; no push or take allocates after that.
+// Elements come out in the order of their tickets whenever all of them are visible at the heads of their
+// rings; a ticket taken but not yet stored can be overtaken by a later one of another thread. Each of the
+// first 32 threads that push gets a ring of N-1 usable places and keeps it for ever; every later thread is
+// refused. A ring is allocated when its thread first pushes; no push or take allocates after that.
 template <class T, std::size_t N>
 class mpscQueue {
 public:
@@ -83,8 +83,8 @@ public:
     bool waiting() const noexcept {
         for (const auto& slot : rings_) {
             const Ring* ring = slot.load(std::memory_order_acquire);
-            if (ring != nullptr && ring->read.load(std::memory_order_acquire) !=
-                                       ring->write.load(std::memory_order_acquire))
+            if (ring != nullptr &&
+                ring->read.load(std::memory_order_acquire) != ring->write.load(std::memory_order_acquire))
                 return true;
         }
         return false;

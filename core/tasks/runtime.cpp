@@ -15,8 +15,8 @@ std::shared_ptr<syncTask> rootSyncTask;
 
 namespace {
 
-// Ends the workers before the process's static objects go; the pool itself is left alone, since other threads may
-// still post to it.
+// Ends the workers before the process's static objects go; the pool itself is left alone, since other threads
+// may still post to it.
 struct WorkersAtExit {
     ~WorkersAtExit() { threadPool->stopWorkers(); }
 };

@@ -14,8 +14,8 @@ extern sothreadpool* threadPool;
 // Context of every object that the host creates and that has none of its own; null before `init`.
 extern std::shared_ptr<syncTask> rootSyncTask;
 
-// The work of the exported `init`: log on `path` (level info if `mode` is 1, else err), crash note beside it, pool
-// and root context. Failures leave as exceptions.
+// The work of the exported `init`: log on `path` (level info if `mode` is 1, else err), crash note beside it,
+// pool and root context. Failures leave as exceptions.
 void initRuntime(const char* path, int mode);
 
 // Runs every waiting update (or display update) on the calling thread; exceptions of a callback are logged.

@@ -65,7 +65,9 @@ private:
     template <class Closure>
     static constexpr Operations kOperations{
         [](void* at) { (*std::launder(static_cast<Closure*>(at)))(); },
-        [](const void* from, void* to) { ::new (to) Closure(*std::launder(static_cast<const Closure*>(from))); },
+        [](const void* from, void* to) {
+            ::new (to) Closure(*std::launder(static_cast<const Closure*>(from)));
+        },
         [](void* from, void* to) noexcept {
             ::new (to) Closure(std::move(*std::launder(static_cast<Closure*>(from))));
         },

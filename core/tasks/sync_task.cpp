@@ -10,7 +10,9 @@ namespace ferrow {
 
 namespace {
 
-std::uint64_t after(std::uint64_t index) { return index + 1 == syncTask::kPropertyRing ? 0 : index + 1; }
+std::uint64_t after(std::uint64_t index) {
+    return index + 1 == syncTask::kPropertyRing ? 0 : index + 1;
+}
 
 } // namespace
 
@@ -48,7 +50,8 @@ void syncTask::wake(std::shared_ptr<asyncObject> object) {
 void syncTask::TryProcess(std::shared_ptr<asyncObject> object) {
     processPropertySetQueue();
     processSeqQueue();
-    // An exchange, not a store: a producer whose own exchange came before this one has its element seen below.
+    // An exchange, not a store: a producer whose own exchange came before this one has its element seen
+    // below.
     scheduled_.exchange(0, std::memory_order_acq_rel);
     if (seqQueue_.waiting() ||
         propertyRead_.load(std::memory_order_acquire) != propertyWrite_.load(std::memory_order_acquire))

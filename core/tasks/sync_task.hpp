@@ -1,5 +1,5 @@
-// The serial context: at most one worker runs its tasks at a time, so the objects of one context may touch each
-// other freely.
+// The serial context: at most one worker runs its tasks at a time, so the objects of one context may touch
+// each other freely.
 #pragma once
 
 #include "core/tasks/mpsc_queue.hpp"
@@ -33,8 +33,8 @@ public:
     // Library to object; any thread. A full ring drops the task and logs "Can't queue seq process".
     void queueSeq(seqTask task, std::shared_ptr<asyncObject> object);
 
-    // One round of a worker: all waiting property sets, then at most one seq task. `object` is scheduled again
-    // if anything is left.
+    // One round of a worker: all waiting property sets, then at most one seq task. `object` is scheduled
+    // again if anything is left.
     void TryProcess(std::shared_ptr<asyncObject> object);
 
     sothreadpool* pool() const noexcept { return pool_; }

@@ -58,7 +58,9 @@ sothreadpool::sothreadpool() : wakeQueue_(std::make_unique<WakeQueue>()) {
     }
 }
 
-sothreadpool::~sothreadpool() { stopWorkers(); }
+sothreadpool::~sothreadpool() {
+    stopWorkers();
+}
 
 void sothreadpool::stopWorkers() noexcept {
     exit_.store(true, std::memory_order_release);

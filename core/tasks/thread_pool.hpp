@@ -19,7 +19,8 @@ public:
     static constexpr std::size_t kUpdateRing = 65537; // 65536 usable per producing thread
     static constexpr std::size_t kRenderRing = 65;    // 64 usable per producing thread
 
-    // Starts min(hardware concurrency, 20) workers. On failure it leaves a crash note and raises what was raised.
+    // Starts min(hardware concurrency, 20) workers. On failure it leaves a crash note and raises what was
+    // raised.
     sothreadpool();
     sothreadpool(const sothreadpool&) = delete;
     sothreadpool& operator=(const sothreadpool&) = delete;
@@ -36,8 +37,8 @@ public:
     bool takeUpdate(asTask& task) { return updateQueue_.take(task); }
     bool takeRenderUpdate(asTask& task) { return renderQueue_.take(task); }
 
-    // Ends and joins the workers: for process exit and for tests. Tasks that still wait stay unrun. The thread
-    // that calls it may be a worker itself, which then is left to the system.
+    // Ends and joins the workers: for process exit and for tests. Tasks that still wait stay unrun. The
+    // thread that calls it may be a worker itself, which then is left to the system.
     void stopWorkers() noexcept;
 
 private:
