@@ -1,6 +1,7 @@
 // A started library for tests of its inside: log in a temporary file, pool, root context.
 #pragma once
 
+#include "core/async/async_object.hpp"
 #include "core/tasks/log.hpp"
 #include "core/tasks/runtime.hpp"
 #include "core/tasks/sync_task.hpp"
@@ -69,7 +70,7 @@ private:
 // Waits until everything that stands in the queues of `context` now has run.
 inline void settle(const std::shared_ptr<syncTask>& context) {
     std::atomic<bool> reached{false};
-    context->queueSeq(seqTask("settle", [&reached] { reached = true; }), nullptr);
+    std::make_shared<asyncObject>(context)->queueSeqItem(seqTask("settle", [&reached] { reached = true; }));
     ASSERT_TRUE(waitFor([&] { return reached.load(); }));
 }
 
