@@ -11,7 +11,10 @@ namespace {
 using cf = std::complex<float>;
 using cd = std::complex<double>;
 
+// At the start of each tile the phasor is formed anew, which bounds what its rotations in single precision
+// add up.
 constexpr size_t kTile = 2048;
+constexpr size_t kTileOfMixing = 512;
 
 void interleave(const float* re, const float* im, cf* out, size_t n) {
     auto* to = reinterpret_cast<float*>(out);
@@ -38,7 +41,7 @@ void decimatingMixer::configure(int newFactor) {
     factor = newFactor;
     ratio = std::bit_floor(static_cast<size_t>(newFactor));
     const int halvings = std::countr_zero(ratio);
-    tile = std::max(kTile, ratio);
+    tile = std::max(ratio == 1 ? kTileOfMixing : kTile, ratio);
     waitingCount = 0;
     stages.clear();
     size_t pairs = tile / 2;
@@ -70,11 +73,6 @@ size_t decimatingMixer::process(double phaseStep, int newFactor, std::span<const
                            out.subspan(written, std::min(room, part.size() / ratio)));
         mixed += part.size();
     };
-    if (factor == 1) {
-        pass(in.first(std::min(in.size(), out.size())));
-        mixed = in.size();
-        in = {};
-    }
     while (!in.empty()) {
         if (waitingCount == 0 && in.size() >= ratio) {
             const size_t part = std::min(in.size() / ratio * ratio, tile);
@@ -99,7 +97,7 @@ size_t decimatingMixer::process(double phaseStep, int newFactor, std::span<const
 
 size_t decimatingMixer::runTile(cd start, std::span<const cf> in, std::span<cf> out) {
     if (stages.empty()) {
-        mix(in.data(), in.size(), start, steps, out.data());
+        mix(in.data(), out.size(), start, steps, out.data());
         return out.size();
     }
     mixSplit(in.data(), in.size(), start, steps, stages[0].input());

@@ -2,7 +2,7 @@
 // half-band stages of 11, 19 and 39 taps, the sharpest last. One thread at a time.
 //
 // Cutting a stream into other blocks leaves the filters' work as it is, bit for bit. The oscillator's phasors
-// are formed anew in each call, so that samples differ by rounding: by less than 2e-6 of the largest input.
+// are formed anew in each call, so that samples differ by rounding: by less than 5e-6 of the largest input.
 #pragma once
 
 #include "core/buff/buff.hpp"
