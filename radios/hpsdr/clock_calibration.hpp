@@ -16,8 +16,11 @@ public:
     explicit ClockCalibration(std::size_t averageLength = kAverageLength)
         : averageA(averageLength), averageB(averageLength) {}
 
-    // After a restart of the stream.
+    // The stream has changed: everything starts anew.
     void reset();
+
+    // A stream starts: its first 3000 packets are passed over, and the time of the pause before it with them.
+    void skipPackets() { packetsToSkip = 0; }
 
     // One packet that came in sequence: `measured` is the time since the one before, `expected` what its
     // samples last, both in seconds; `time` is its wall clock in units of 100 ns since 1970. A new factor
