@@ -20,6 +20,13 @@ public:
     }
     ~LogCapture() { setLogLevel(LogLevel::Err); }
 
+    // What opens the log on a file, once per process: a program that needs the whole runtime puts its start
+    // here before the first capture.
+    static void (*&opener())(const char*) {
+        static void (*open)(const char*) = openLog;
+        return open;
+    }
+
     std::string text() const { return contents().substr(start); }
 
     // Records of which `words` is a part.
@@ -48,7 +55,7 @@ private:
             char pattern[] = "/tmp/ferrow-log-XXXXXX";
             const int file = mkstemp(pattern);
             close(file);
-            openLog(pattern);
+            opener()(pattern);
             setLogLevel(LogLevel::Trace);
             std::atexit([] { std::remove(path().c_str()); });
             return std::string(pattern);
