@@ -6,6 +6,7 @@
 #undef SPDLOG_SHARED_LIB
 #define SPDLOG_HEADER_ONLY
 #define SPDLOG_FMT_EXTERNAL
+#include <atomic>
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/spdlog.h>
 
@@ -13,26 +14,40 @@ namespace ferrow {
 
 namespace {
 
-spdlog::level::level_enum toSpdlog(LogLevel level) { return static_cast<spdlog::level::level_enum>(level); }
+// The logger outlives the registry on purpose: threads may log while the process leaves.
+std::atomic<spdlog::logger*> current{nullptr};
+
+spdlog::level::level_enum toSpdlog(LogLevel level) {
+    return static_cast<spdlog::level::level_enum>(level);
+}
+
+spdlog::logger& logger() {
+    if (spdlog::logger* opened = current.load(std::memory_order_acquire))
+        return *opened;
+    return *spdlog::default_logger_raw();
+}
 
 } // namespace
 
 void openLog(const char* path) {
-    auto logger = spdlog::basic_logger_mt("fc", path);
-    logger->flush_on(spdlog::level::err);
-    spdlog::set_default_logger(std::move(logger));
+    static std::shared_ptr<spdlog::logger>* kept = nullptr;
+    auto opened = spdlog::basic_logger_mt("fc", path);
+    opened->flush_on(spdlog::level::err);
+    spdlog::set_default_logger(opened);
+    kept = new std::shared_ptr<spdlog::logger>(opened);
+    current.store(kept->get(), std::memory_order_release);
 }
 
-void setLogLevel(LogLevel level) { spdlog::set_level(toSpdlog(level)); }
+void setLogLevel(LogLevel level) {
+    spdlog::set_level(toSpdlog(level));
+}
 
 bool logEnabled(LogLevel level) {
-    const spdlog::logger* logger = spdlog::default_logger_raw();
-    return logger != nullptr && logger->should_log(toSpdlog(level));
+    return logger().should_log(toSpdlog(level));
 }
 
 void logRecord(LogLevel level, std::string_view text) {
-    if (spdlog::logger* logger = spdlog::default_logger_raw())
-        logger->log(toSpdlog(level), spdlog::string_view_t(text.data(), text.size()));
+    logger().log(toSpdlog(level), spdlog::string_view_t(text.data(), text.size()));
 }
 
 } // namespace ferrow

@@ -1,0 +1,172 @@
+#include "core/audio/audio_input.hpp"
+
+#include "core/audio/audio_provider.hpp"
+#include "core/audio/audio_ring.hpp"
+#include "core/audio/port_audio.hpp"
+#include "core/tasks/log.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ferrow {
+
+namespace {
+
+constexpr int kFarthestBehind = -16384; // samples: beyond this the reader starts again
+constexpr int kLargestLag = -8192;
+constexpr auto kIdle = std::chrono::milliseconds(101);
+
+int onCapture(const void* input, void*, unsigned long frames, const PaStreamCallbackTimeInfo*,
+              PaStreamCallbackFlags, void* stream) {
+    return static_cast<audioInputStream*>(stream)->capture(static_cast<const float*>(input), frames)
+               ? paContinue
+               : paComplete;
+}
+
+} // namespace
+
+audioInputStream::audioInputStream(std::string name, int device, int sampleRate)
+    : name_(std::move(name)), device_(device), sampleRate_(sampleRate) {}
+
+audioInputStream::~audioInputStream() {
+    PaStream* stream = stream_;
+    const std::lock_guard lock(portAudioMutex());
+    closeStream(stream);
+}
+
+void audioInputStream::acquire() {
+    users_.fetch_add(1, std::memory_order_acq_rel);
+    if (device_ >= 0 && !running_.exchange(true, std::memory_order_acq_rel))
+        open();
+}
+
+void audioInputStream::prepareRing() {
+    position_.store(0, std::memory_order_release);
+    if (ring_.empty())
+        ring_ = std::vector<std::atomic<float>>(kRing);
+    for (auto& value : ring_)
+        value.store(0, std::memory_order_relaxed);
+}
+
+void audioInputStream::open() {
+    logInfo("pa_start {}", name_);
+    const std::lock_guard lock(portAudioMutex());
+    usePortAudio();
+    PaStream* stream = stream_;
+    closeStream(stream);
+    stream_ = nullptr;
+    prepareRing();
+    PaStreamParameters parameters{};
+    parameters.device = device_;
+    parameters.channelCount = 1;
+    parameters.sampleFormat = paFloat32;
+    if (const PaDeviceInfo* info = Pa_GetDeviceInfo(device_))
+        parameters.suggestedLatency = info->defaultLowInputLatency;
+    PaError error = Pa_OpenStream(&stream, &parameters, nullptr, sampleRate_, paFramesPerBufferUnspecified,
+                                  paNoFlag, onCapture, this);
+    if (error != paNoError) {
+        logError("pa_openstream failed {} {} {}", name_, device_, error);
+        running_.store(false, std::memory_order_release);
+        return;
+    }
+    error = Pa_SetStreamFinishedCallback(stream, [](void* self) {
+        auto* finished = static_cast<audioInputStream*>(self);
+        if (finished->users() == 0)
+            finished->running_.store(false, std::memory_order_release);
+    });
+    if (error != paNoError)
+        logError("Pa_SetStreamFinishedCallback failed {} {} {}", name_, device_, error);
+    error = Pa_StartStream(stream);
+    if (error != paNoError) {
+        logError("pa_startstream failed {} {} {}", name_, device_, error);
+        closeStream(stream);
+        running_.store(false, std::memory_order_release);
+        return;
+    }
+    rememberStream(stream);
+    stream_ = stream;
+    logInfo("pa_startstream started");
+}
+
+bool audioInputStream::capture(const float* block, std::size_t count) noexcept {
+    std::uint16_t index = writeIndex();
+    float peak = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const float value = block != nullptr ? block[i] : 0.0f;
+        peak = std::max(peak, std::abs(value));
+        ring_[index++].store(value, std::memory_order_relaxed);
+    }
+    peak_.store(peak, std::memory_order_relaxed);
+    const auto time = static_cast<std::uint16_t>(audioTicks());
+    position_.exchange(static_cast<std::uint32_t>(time) << 16 | index, std::memory_order_acq_rel);
+    captured_.store(true, std::memory_order_release);
+    if (users() > 0)
+        return true;
+    // A user may come at this very moment: whoever sets `running` keeps or reopens the device.
+    running_.store(false, std::memory_order_seq_cst);
+    return users() > 0 && !running_.exchange(true, std::memory_order_seq_cst);
+}
+
+audioInputReader::~audioInputReader() {
+    if (stream_ != nullptr)
+        stream_->release();
+}
+
+void audioInputReader::setStream(int id) {
+    logInfo("set stream id {} {}", id, id_);
+    const auto& streams = AudioProvider::instance().inputDeviceList;
+    if (id < 0 || static_cast<std::size_t>(id) >= streams.size()) {
+        logWarn("Invalid audio stream id {}", id);
+        return;
+    }
+    if (id != id_)
+        follow(streams[static_cast<std::size_t>(id)].get(), id);
+}
+
+void audioInputReader::follow(audioInputStream* stream, int id) {
+    if (stream_ != nullptr)
+        stream_->release();
+    stream_ = stream;
+    id_ = id;
+    if (stream_ != nullptr)
+        stream_->acquire();
+}
+
+bool audioInputReader::open() const noexcept {
+    return stream_ != nullptr && stream_->started();
+}
+
+float audioInputReader::peak() const noexcept {
+    return open() ? stream_->peak() : 0.0f;
+}
+
+void audioInputReader::read(std::span<float> block) {
+    if (!open()) {
+        std::fill(block.begin(), block.end(), 0.0f);
+        return;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    const std::uint16_t write = stream_->writeIndex();
+    const auto gap =
+        static_cast<std::int16_t>(static_cast<std::uint16_t>(static_cast<std::uint16_t>(pos_) - write));
+    const bool idle = now - lastRead_ >= kIdle;
+    const bool tooFew = -gap < static_cast<int>(block.size());
+    if (tooFew || gap < kFarthestBehind || idle) {
+        pos_ = static_cast<std::uint16_t>(write + lag_);
+        if (tooFew && !idle)
+            lag_ = std::max(lag_ * 3 / 2, kLargestLag);
+    }
+    const double step = stream_->sampleRate() / 48000.0;
+    for (float& value : block) {
+        const auto index = static_cast<std::uint16_t>(pos_);
+        const auto share = static_cast<float>(pos_ - index);
+        const float here = stream_->sample(index);
+        value = here + share * (stream_->sample(static_cast<std::uint16_t>(index + 1)) - here);
+        pos_ += step;
+        if (pos_ >= audioInputStream::kRing)
+            pos_ -= audioInputStream::kRing;
+    }
+    lastRead_ = now;
+}
+
+} // namespace ferrow

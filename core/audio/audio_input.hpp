@@ -1,0 +1,94 @@
+// Capture devices and their readers.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace ferrow {
+
+// One capture device, shared by all transceivers that use it. The device's thread writes a ring of 65536
+// floats and publishes (time, index) as one word; readers follow behind.
+class audioInputStream {
+public:
+    static constexpr std::size_t kRing = 65536;
+
+    audioInputStream(std::string name, int device, int sampleRate);
+    audioInputStream(const audioInputStream&) = delete;
+    audioInputStream& operator=(const audioInputStream&) = delete;
+    ~audioInputStream();
+
+    const std::string& name() const noexcept { return name_; }
+    int device() const noexcept { return device_; }         // PortAudio index; -1 for "None"
+    int sampleRate() const noexcept { return sampleRate_; } // 48000, or 44100
+
+    // A user comes or goes. The first one opens the device; with the last one gone the device stops by
+    // itself.
+    void acquire();
+    void release() noexcept { users_.fetch_sub(1, std::memory_order_acq_rel); }
+    int users() const noexcept { return users_.load(std::memory_order_acquire); }
+
+    // Largest magnitude in the device's last block.
+    float peak() const noexcept { return peak_.load(std::memory_order_relaxed); }
+
+    // Whether anything has been captured yet.
+    bool started() const noexcept { return captured_.load(std::memory_order_acquire); }
+    std::uint16_t writeIndex() const noexcept {
+        return static_cast<std::uint16_t>(position_.load(std::memory_order_acquire));
+    }
+    float sample(std::uint16_t index) const noexcept { return ring_[index].load(std::memory_order_relaxed); }
+
+    // What the device's callback does with a block: for the callback, and for tests without a device. Returns
+    // false when nobody uses the stream any more.
+    bool capture(const float* block, std::size_t count) noexcept;
+
+    // An empty ring, before the first capture.
+    void prepareRing();
+
+private:
+    void open();
+
+    std::string name_;
+    int device_;
+    int sampleRate_;
+    std::atomic<int> users_{0};
+    std::atomic<bool> running_{false};
+    std::atomic<bool> captured_{false};
+    std::atomic<float> peak_{0};
+    std::atomic<std::uint32_t> position_{0}; // 48 kHz ticks << 16 | write index
+    std::vector<std::atomic<float>> ring_;
+    void* stream_ = nullptr;
+};
+
+// A transceiver's view of a capture device: 48 kHz, a little behind the device. Used from one context.
+class audioInputReader {
+public:
+    ~audioInputReader();
+
+    // Follows stream `id` of the provider's list from now on; an id out of range is logged and changes
+    // nothing.
+    void setStream(int id);
+    int id() const noexcept { return id_; }
+
+    // Whether a device is open behind it, and its present peak (0 if none).
+    bool open() const noexcept;
+    float peak() const noexcept;
+
+    // Fills `block` with samples at 48000 a second, or zeroes.
+    void read(std::span<float> block);
+
+    // For tests: follows a stream that is not in the provider's list.
+    void follow(audioInputStream* stream, int id);
+
+private:
+    audioInputStream* stream_ = nullptr;
+    int id_ = 0;
+    double pos_ = 0;
+    std::chrono::steady_clock::time_point lastRead_{};
+    int lag_ = -2048;
+};
+
+} // namespace ferrow

@@ -1,0 +1,92 @@
+#include "core/audio/audio_output.hpp"
+
+#include "core/audio/audio_provider.hpp"
+#include "core/audio/audio_ring.hpp"
+#include "core/audio/port_audio.hpp"
+#include "core/tasks/log.hpp"
+
+namespace ferrow {
+
+namespace {
+
+constexpr double kSampleRate = 48000.0;
+constexpr unsigned long kLowLatencyFrames = 128;
+
+} // namespace
+
+struct audioOutput::State {
+    AudioRing ring;
+    PaStream* stream = nullptr;
+    int id = -1;
+
+    static int callback(const void*, void* output, unsigned long frames, const PaStreamCallbackTimeInfo*,
+                        PaStreamCallbackFlags, void* self) {
+        static_cast<State*>(self)->ring.read(static_cast<float*>(output), frames, audioTicks());
+        return paContinue;
+    }
+};
+
+audioOutput::audioOutput() = default;
+
+audioOutput::~audioOutput() {
+    if (!state_)
+        return;
+    const std::lock_guard lock(portAudioMutex());
+    closeStream(state_->stream);
+}
+
+int audioOutput::id() const noexcept {
+    return state_ ? state_->id : -1;
+}
+
+bool audioOutput::isOpen() const noexcept {
+    return state_ && state_->stream != nullptr;
+}
+
+void audioOutput::open(int id) {
+    if (!state_) {
+        if (id < 0)
+            return;
+        state_ = std::make_unique<State>();
+    }
+    const std::lock_guard lock(portAudioMutex());
+    closeStream(state_->stream);
+    state_->ring.reset();
+    state_->id = id;
+    if (id < 0)
+        return;
+    usePortAudio();
+    const bool lowLatency = id >= AudioProvider::kLowLatency;
+    PaStreamParameters parameters{};
+    parameters.device = lowLatency ? id - AudioProvider::kLowLatency : id;
+    parameters.channelCount = 2;
+    parameters.sampleFormat = paFloat32;
+    const PaDeviceInfo* info = Pa_GetDeviceInfo(parameters.device);
+    if (info == nullptr) {
+        logError("pa_openstream failed {}", static_cast<int>(paInvalidDevice));
+        return;
+    }
+    parameters.suggestedLatency = lowLatency ? 0 : info->defaultLowOutputLatency;
+    PaError error = Pa_OpenStream(&state_->stream, nullptr, &parameters, kSampleRate,
+                                  lowLatency ? kLowLatencyFrames : paFramesPerBufferUnspecified, paNoFlag,
+                                  State::callback, state_.get());
+    if (error != paNoError) {
+        logError("pa_openstream failed {}", error);
+        state_->stream = nullptr;
+        return;
+    }
+    error = Pa_StartStream(state_->stream);
+    if (error != paNoError) {
+        logError("pa_startstream failed {}", error);
+        closeStream(state_->stream);
+        return;
+    }
+    rememberStream(state_->stream);
+}
+
+void audioOutput::write(const buff<float>& block, bool useResampler, bool stereo) noexcept {
+    if (isOpen())
+        state_->ring.write(block.span(), useResampler, stereo, audioTicks());
+}
+
+} // namespace ferrow

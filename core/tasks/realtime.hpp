@@ -1,0 +1,16 @@
+// What stands for a real-time multimedia class on this platform: SCHED_RR where the limits allow it.
+#pragma once
+
+namespace ferrow {
+
+enum class RealtimeLevel {
+    Worker, // pool workers: sample blocks
+    Comms,  // network threads: one step above the workers that they feed
+};
+
+// Puts the calling thread into SCHED_RR. Returns 0, or the system's error number, in which case the thread
+// goes on at normal priority. The environment variable FERROW_REALTIME=0 keeps every thread at normal
+// priority and counts as success.
+int enterRealtimeClass(RealtimeLevel level) noexcept;
+
+} // namespace ferrow

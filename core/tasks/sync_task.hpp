@@ -1,0 +1,60 @@
+// The serial context: at most one worker runs its tasks at a time, so the objects of one context may touch
+// each other freely.
+#pragma once
+
+#include "core/tasks/mpsc_queue.hpp"
+#include "core/tasks/seq_task.hpp"
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+namespace ferrow {
+
+class asyncObject;
+class sothreadpool;
+
+class syncTask {
+public:
+    static constexpr std::size_t kPropertyRing = 1025; // 1024 usable
+    static constexpr std::size_t kSeqRing = 1025;      // 1024 usable per producing thread
+
+    explicit syncTask(sothreadpool* pool) noexcept : pool_(pool) {}
+    syncTask(const syncTask&) = delete;
+    syncTask& operator=(const syncTask&) = delete;
+    // What remains in the rings is destroyed unrun.
+    ~syncTask();
+
+    // Host to object; one producing thread at a time. A full ring drops the task and logs
+    // "Can't queue property set".
+    void queuePropertySet(seqTask task, std::shared_ptr<asyncObject> object);
+
+    // Library to object; any thread. A full ring drops the task and logs "Can't queue seq process".
+    void queueSeq(seqTask task, std::shared_ptr<asyncObject> object);
+
+    // One round of a worker: all waiting property sets, then at most one seq task. `object` is scheduled
+    // again if anything is left.
+    void TryProcess(std::shared_ptr<asyncObject> object);
+
+    sothreadpool* pool() const noexcept { return pool_; }
+
+private:
+    struct PropertySlot {
+        alignas(seqTask) unsigned char storage[sizeof(seqTask)];
+        seqTask& task() noexcept { return *std::launder(reinterpret_cast<seqTask*>(storage)); }
+    };
+
+    void processPropertySetQueue();
+    void processSeqQueue();
+    void wake(std::shared_ptr<asyncObject> object);
+
+    std::atomic<std::uint64_t> propertyWrite_{0};
+    alignas(kCacheLine) std::atomic<std::uint64_t> propertyRead_{0};
+    std::array<PropertySlot, kPropertyRing> propertyRing_;
+    sothreadpool* pool_;
+    std::atomic<std::uint32_t> scheduled_{0};
+    mpscQueue<seqTask, kSeqRing> seqQueue_;
+};
+
+} // namespace ferrow

@@ -1,0 +1,129 @@
+#include "core/tasks/thread_pool.hpp"
+
+#include "core/tasks/crash_note.hpp"
+#include "core/tasks/log.hpp"
+#include "core/tasks/realtime.hpp"
+#include "core/tasks/sync_task.hpp"
+
+#include <algorithm>
+#include <exception>
+
+#if defined(__SANITIZE_THREAD__)
+// The queue has fences, which the sanitizer does not model. Where it then sees no order, tests/tsan.supp says
+// so.
+#pragma GCC diagnostic ignored "-Wtsan"
+#endif
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wconversion"
+#pragma GCC diagnostic ignored "-Wshadow"
+#include <concurrentqueue/concurrentqueue.h>
+#include <concurrentqueue/lightweightsemaphore.h>
+#pragma GCC diagnostic pop
+
+namespace ferrow {
+
+namespace {
+
+struct FerrowConcurrentQueueDefaultTraits : moodycamel::ConcurrentQueueDefaultTraits {
+    static constexpr std::size_t BLOCK_SIZE = 32;
+};
+
+constexpr std::size_t kInitialBlocks = 6;
+constexpr int kSpinsBeforeSleep = 1000;
+
+struct WakeEntry {
+    std::shared_ptr<asyncObject> object; // keeps the object, and so its context, alive
+    syncTask* context = nullptr;
+};
+
+} // namespace
+
+struct sothreadpool::WakeQueue {
+    moodycamel::ConcurrentQueue<WakeEntry, FerrowConcurrentQueueDefaultTraits> entries{
+        kInitialBlocks * FerrowConcurrentQueueDefaultTraits::BLOCK_SIZE};
+    moodycamel::LightweightSemaphore semaphore{0, kSpinsBeforeSleep};
+};
+
+std::uint32_t currentThreadId() noexcept {
+    static std::atomic<std::uint32_t> last{0};
+    thread_local const std::uint32_t id = last.fetch_add(1, std::memory_order_relaxed) + 1;
+    return id;
+}
+
+sothreadpool::sothreadpool(void (*onWorkerStart)())
+    : onWorkerStart_(onWorkerStart), wakeQueue_(std::make_unique<WakeQueue>()) {
+    try {
+        const unsigned count = std::min(std::thread::hardware_concurrency(), kMaxWorkers);
+        threads_.reserve(count);
+        for (unsigned i = 0; i < count; ++i)
+            threads_.emplace_back([this] { worker(); });
+    } catch (...) {
+        writeDump("sothreadpool", "??");
+        stopWorkers();
+        throw;
+    }
+}
+
+sothreadpool::~sothreadpool() {
+    stopWorkers();
+}
+
+void sothreadpool::stopWorkers() noexcept {
+    exit_.store(true, std::memory_order_release);
+    wakeQueue_->semaphore.signal(static_cast<std::ptrdiff_t>(threads_.size()));
+    for (std::thread& thread : threads_) {
+        if (thread.get_id() == std::this_thread::get_id())
+            thread.detach();
+        else if (thread.joinable())
+            thread.join();
+    }
+    threads_.clear();
+}
+
+void sothreadpool::schedule(std::shared_ptr<asyncObject> object, syncTask& context) noexcept {
+    bool queued = false;
+    try {
+        queued = wakeQueue_->entries.enqueue(WakeEntry{std::move(object), &context});
+    } catch (...) { // the queue could not grow
+    }
+    if (!queued) {
+        logError("failed to queue task");
+        return;
+    }
+    wakeQueue_->semaphore.signal();
+}
+
+bool sothreadpool::queueUpdate(asTask task) {
+    if (updateQueue_.push(std::move(task)))
+        return true;
+    logError("Can't queue property");
+    return false;
+}
+
+void sothreadpool::worker() noexcept {
+    if (const int error = enterRealtimeClass(RealtimeLevel::Worker)) {
+        static std::atomic<bool> said{false};
+        if (!said.exchange(true))
+            logError("sothreadPool::worker() setmm priority failed {}", error);
+    }
+    if (onWorkerStart_ != nullptr)
+        onWorkerStart_();
+    while (!exit_.load(std::memory_order_acquire)) {
+        wakeQueue_->semaphore.wait();
+        WakeEntry entry;
+        // The semaphore may be ahead of what this thread can see yet, so a miss is tried again.
+        while (!wakeQueue_->entries.try_dequeue(entry))
+            if (exit_.load(std::memory_order_acquire))
+                return;
+        try {
+            entry.context->TryProcess(std::move(entry.object));
+        } catch (const std::exception& error) {
+            logError("worker {}", error.what());
+        } catch (...) {
+            writeDump("worker", "??");
+            logError("worker");
+        }
+    }
+}
+
+} // namespace ferrow

@@ -1,0 +1,14 @@
+// The numbered lists that contest messages point into.
+#pragma once
+
+#include <string>
+
+namespace ferrow {
+
+// ARRL Field Day section, 1 to 86; empty for any other number.
+std::string fieldDaySection(unsigned number);
+
+// RTTY Roundup state, province or multiplier, 1 to 171; empty for any other number.
+std::string roundupMultiplier(unsigned number);
+
+} // namespace ferrow
