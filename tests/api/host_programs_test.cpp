@@ -307,6 +307,20 @@ TEST_F(HostPrograms, OnARadioThatDeliversSamples) {
     Radio_bindvtrxAdded(radio, onVtrx);
     for (int i = 0; i < 3; ++i)
         Radio_addVtrx(radio, 14095600 + 1000 * i, 0, 0);
+    ASSERT_TRUE(test::waitFor([] {
+        pump();
+        return vtrxs.all.size() == 3;
+    }));
+    for (void* t : vtrxs.all) {
+        bindVtrx(t);
+        vtrx_setforegroundDisplay(t, true);
+        vtrx_setModulation(t, aMode());
+        vtrx_start(t);
+    }
+    ASSERT_TRUE(test::waitFor([] {
+        pump();
+        return spectra > 0;
+    })) << "samples do not arrive";
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(2500);
     while (std::chrono::steady_clock::now() < end) {
         for (auto burst = random() % 60; burst > 0; --burst) {
@@ -319,7 +333,6 @@ TEST_F(HostPrograms, OnARadioThatDeliversSamples) {
         pump();
         std::this_thread::sleep_for(std::chrono::milliseconds(random() % 3));
     }
-    EXPECT_GT(spectra, 0);
     for (void* mode : modes.all)
         objects.push_back(*static_cast<Handle*>(mode));
     for (void* t : vtrxs.all)
