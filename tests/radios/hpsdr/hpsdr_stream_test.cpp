@@ -400,7 +400,7 @@ int gainByte(Bench& bench) {
             bench.radio->transmit(buff<std::complex<float>>(126, 0.0f));
     });
     int found = -1;
-    for (const Packet& packet : bench.drain(40))
+    for (const Packet& packet : bench.take(23))
         for (int frame = 0; frame < 2; ++frame)
             if (control(packet, frame, 0) >> 1 == 10)
                 found = control(packet, frame, 4);
@@ -462,7 +462,7 @@ TEST(HpsdrStream, BusWritesOnlyWhileTheBiasIsEnabled) {
                 bench.radio->transmit(buff<std::complex<float>>(126, 0.0f));
         });
         std::vector<std::array<int, 3>> found;
-        for (const Packet& packet : bench.drain(60))
+        for (const Packet& packet : bench.take(60))
             for (int frame = 0; frame < 2; ++frame)
                 if (control(packet, frame, 0) == 0xFA)
                     found.push_back(
