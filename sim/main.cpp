@@ -1,0 +1,152 @@
+#include "sim/decibel.hpp"
+#include "sim/options.hpp"
+#include "sim/scene/build_sky.hpp"
+
+#include <csignal>
+#include <fmt/format.h>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+using namespace ferrow::sim;
+
+namespace {
+
+constexpr int kWrongInput = 2;
+constexpr int kCannotOpen = 3;
+
+double cpuSeconds() {
+    rusage use{};
+    getrusage(RUSAGE_SELF, &use);
+    const auto seconds = [](const timeval& t) {
+        return static_cast<double>(t.tv_sec) + 1e-6 * static_cast<double>(t.tv_usec);
+    };
+    return seconds(use.ru_utime) + seconds(use.ru_stime);
+}
+
+using Radios = std::vector<std::unique_ptr<Radio>>;
+
+void writeStatistics(const std::string& path, const Radios& radios, double upSeconds) {
+    nlohmann::json list = nlohmann::json::array();
+    for (const auto& radio : radios) {
+        nlohmann::json one = radio->statistics();
+        const ControlState c = radio->control();
+        one["address"] = radio->address();
+        one["port"] = radio->port();
+        one["streaming"] = radio->streaming();
+        std::vector<std::uint32_t> frequencies(c.rxFrequency.begin(), c.rxFrequency.begin() + c.receivers);
+        one["control"] = {{"rate", c.rate},
+                          {"receivers", c.receivers},
+                          {"rx_frequency", frequencies},
+                          {"tx_frequency", c.txFrequency},
+                          {"ptt", c.ptt},
+                          {"drive", c.drive},
+                          {"filter", c.filterWord},
+                          {"gain_byte", c.gainByte},
+                          {"gain_db", c.lnaGainDb()},
+                          {"bank_count", c.bankCount}};
+        list.push_back(std::move(one));
+    }
+    std::ofstream file(path, std::ios::trunc);
+    file << nlohmann::json{{"up_s", upSeconds}, {"cpu_s", cpuSeconds()}, {"radios", list}}.dump(2) << "\n";
+    if (!file)
+        fmt::print(stderr, "ferrow-sim: cannot write {}\n", path);
+}
+
+void tellReady(const Options& options, const Radio& radio) {
+    const std::string line = fmt::format("ready {}:{}\n", radio.address(), radio.port());
+    if (!options.quiet) {
+        fmt::print("{}", line);
+        std::fflush(stdout);
+    }
+    if (options.readyFd >= 0 && write(options.readyFd, line.data(), line.size()) < 0)
+        fmt::print(stderr, "ferrow-sim: cannot write to descriptor {}\n", options.readyFd);
+}
+
+/// Runs until the time is up or a signal asks to end; SIGUSR1 calls `onUser`.
+template <typename OnUser>
+void waitForEnd(const sigset_t& signals, double duration, OnUser onUser) {
+    const std::int64_t end = monotonicNs() + static_cast<std::int64_t>(duration * 1e9);
+    for (;;) {
+        constexpr std::int64_t kLong = 3'600'000'000'000;
+        const std::int64_t left = duration > 0.0 ? end - monotonicNs() : kLong;
+        if (left <= 0)
+            return;
+        const timespec wait{static_cast<time_t>(left / 1'000'000'000),
+                            static_cast<long>(left % 1'000'000'000)};
+        const int caught = sigtimedwait(&signals, nullptr, &wait);
+        if (caught == SIGUSR1)
+            onUser();
+        else if (caught == SIGINT || caught == SIGTERM)
+            return;
+    }
+}
+
+int run(Options options) {
+    const Scene scene = loadScene(options.scene);
+    if (options.listScene) {
+        fmt::print("{}\n", listStations(scene).dump(2));
+        return 0;
+    }
+    const BuiltScene built = buildSky(scene);
+    if (!options.writeSources.empty()) {
+        for (const std::string& path : writeSources(built, options.writeSources))
+            fmt::print("{}\n", path);
+        return 0;
+    }
+
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int one : {SIGINT, SIGTERM, SIGUSR1})
+        sigaddset(&signals, one);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    if (options.dieWithParent)
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+
+    setUtcOffset(options.utcOffset);
+    RadioSettings settings = options.radio;
+    settings.telemetry = scene.telemetry;
+    settings.faults.insert(settings.faults.end(), scene.faults.begin(), scene.faults.end());
+    if (!options.traceFile.empty())
+        settings.trace = std::make_shared<ControlTrace>(options.traceFile);
+    const std::int64_t began = monotonicNs();
+    Radios radios;
+    for (const std::string& address : options.addresses) {
+        settings.address = address;
+        if (!options.radio.txFile.empty() && options.addresses.size() > 1)
+            settings.txFile = fmt::format("{}.{}", options.radio.txFile, radios.size() + 1);
+        radios.push_back(std::make_unique<Radio>(settings, built.sky));
+        ++settings.identity.mac[5];
+        tellReady(options, *radios.back());
+    }
+    const auto report = [&] {
+        for (const auto& radio : radios)
+            radio->flush();
+        if (settings.trace)
+            settings.trace->flush();
+        if (!options.statsFile.empty())
+            writeStatistics(options.statsFile, radios, 1e-9 * static_cast<double>(monotonicNs() - began));
+    };
+    waitForEnd(signals, options.duration, report);
+    report();
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    if (const int code = parseOptions(argc, argv, options); code >= 0)
+        return code;
+    try {
+        return run(std::move(options));
+    } catch (const SceneError& error) {
+        fmt::print(stderr, "ferrow-sim: scene: {}\n", error.what());
+        return kWrongInput;
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "ferrow-sim: {}\n", error.what());
+        return kCannotOpen;
+    }
+}

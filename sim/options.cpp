@@ -1,0 +1,108 @@
+#include "sim/options.hpp"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+namespace ferrow::sim {
+namespace {
+
+std::array<std::uint8_t, 6> parseMac(const std::string& text) {
+    std::array<unsigned, 6> parts{};
+    char rest = 0;
+    const int got = std::sscanf(text.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%c", &parts[0], &parts[1], &parts[2],
+                                &parts[3], &parts[4], &parts[5], &rest);
+    if (got != 6)
+        throw CLI::ValidationError("--mac", "\"" + text + "\" is not of the form 00:1c:c0:a2:00:01");
+    std::array<std::uint8_t, 6> mac;
+    for (std::size_t i = 0; i < 6; ++i)
+        mac[i] = static_cast<std::uint8_t>(parts[i]);
+    return mac;
+}
+
+} // namespace
+
+int parseOptions(int argc, const char* const* argv, Options& options) {
+    CLI::App app{"A simulated HPSDR protocol 1 radio on a loopback address, with a sky to hear",
+                 "ferrow-sim"};
+    app.footer("Faults: KIND[:key=value,...], kinds loss duplicate reorder jitter stall restart garbage\n"
+               "wrong-endpoint short; keys p every start end ms depth bytes endpoint drop.\n"
+               "Exit codes: 0 done, 2 wrong option or scene, 3 socket or file cannot be opened.");
+    RadioSettings& radio = options.radio;
+    std::string mac;
+    int boardId = radio.identity.boardId;
+    int firmware = radio.identity.firmware;
+    int receivers = radio.identity.hardwareReceivers;
+    app.add_option("--address", options.addresses, "IPv4 address; repeat it for several radios (127.0.0.1)");
+    app.add_option("--port", radio.port, "UDP port")->check(CLI::Range(1, 65535))->capture_default_str();
+    app.add_option("--scene", options.scene, "scene file, or builtin")->capture_default_str();
+    app.add_flag("--list-scene", options.listScene, "print the scene's stations as JSON and end");
+    app.add_option("--write-sources", options.writeSources,
+                   "write the audio that the stations send to this folder and end");
+    app.add_option("--clock-ppm", radio.clockPpm, "error of the radio's clock")
+        ->check(CLI::Range(-1000.0, 1000.0));
+    app.add_option("--utc-offset", options.utcOffset,
+                   "seconds that the sky's clock is ahead of the machine's");
+    app.add_flag("--silent", radio.silent, "answer discovery but never stream");
+    app.add_flag("--fixed-gain", radio.fixedGain, "the host's RF gain does not change the level");
+    app.add_option("--adc-bits", radio.scale.adcBits, "bits of the ADC")
+        ->check(CLI::Range(8, 16))
+        ->capture_default_str();
+    app.add_option("--wideband-rate", radio.widebandRate, "wideband snapshots a second")
+        ->check(CLI::Range(0.0, 1000.0))
+        ->capture_default_str();
+    app.add_option("--watchdog", radio.watchdogSeconds,
+                   "seconds without a data packet that stop the stream; 0 never")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+    app.add_option("--burst-ms", radio.burstMs, "packets of so much time leave together")
+        ->check(CLI::Range(0.0, 100.0))
+        ->capture_default_str();
+    app.add_option("--fault", options.faults, "a fault to order, may be repeated; see below");
+    app.add_option("--fault-seed", radio.seed, "seed of the faults")->capture_default_str();
+    app.add_option("--mac", mac, "hardware address of the first radio");
+    app.add_option("--board-id", boardId, "board type in the discovery reply")
+        ->check(CLI::Range(0, 255))
+
+        ->capture_default_str();
+    app.add_option("--firmware", firmware, "firmware version")
+        ->check(CLI::Range(0, 255))
+        ->capture_default_str();
+    app.add_option("--receivers", radio.identity.hardwareReceivers,
+                   "number of receivers that discovery tells of")
+        ->check(CLI::Range(1, kMaxReceivers))
+        ->capture_default_str();
+    app.add_option("--tx-file", radio.txFile,
+                   "record the transmit samples (with several radios: .1, .2 ... appended)");
+    app.add_flag("--tx-all", radio.txAll, "record packets without ptt too");
+    app.add_option("--control-trace", options.traceFile, "record every control frame, a JSON line each");
+    app.add_option("--stats", options.statsFile, "write statistics here at the end and on SIGUSR1");
+    app.add_option("--duration", options.duration, "seconds to run; 0: until SIGINT or SIGTERM")
+        ->check(CLI::NonNegativeNumber);
+    app.add_option("--ready-fd", options.readyFd, "write the ready lines to this descriptor too");
+    app.add_flag("--die-with-parent", options.dieWithParent, "end when the starting process does");
+    app.add_flag("--quiet", options.quiet, "no ready lines on stdout");
+    try {
+        app.parse(argc, argv);
+        radio.identity.boardId = static_cast<std::uint8_t>(boardId);
+        radio.identity.firmware = static_cast<std::uint8_t>(firmware);
+        radio.identity.hardwareReceivers = static_cast<std::uint8_t>(receivers);
+        if (!mac.empty())
+            radio.identity.mac = parseMac(mac);
+        for (const std::string& fault : options.faults) {
+            try {
+                radio.faults.push_back(parseFault(fault));
+            } catch (const std::invalid_argument& error) {
+                throw CLI::ValidationError("--fault", error.what());
+            }
+        }
+    } catch (const CLI::ParseError& error) {
+        const bool help = error.get_exit_code() == 0;
+        app.exit(error);
+        return help ? 0 : 2;
+    }
+    if (options.addresses.empty())
+        options.addresses = {"127.0.0.1"};
+    return -1;
+}
+
+} // namespace ferrow::sim

@@ -1,0 +1,30 @@
+#pragma once
+#include "sim/radio/radio.hpp"
+
+#include <string>
+#include <vector>
+
+namespace ferrow::sim {
+
+/// The command line of ferrow-sim.
+struct Options {
+    std::vector<std::string> addresses;
+    std::string scene = "builtin";
+    RadioSettings radio; ///< address aside
+    std::vector<std::string> faults;
+    double duration = 0.0; ///< seconds; 0: until a signal
+    double utcOffset = 0.0;
+    bool listScene = false;
+    bool dieWithParent = false;
+    bool quiet = false;
+    std::string writeSources;
+    std::string statsFile;
+    std::string traceFile;
+    int readyFd = -1;
+};
+
+/// Reads the command line. Returns -1 to go on, else the exit code (0 after --help, 2 after a mistake, which
+/// has been told on stderr).
+int parseOptions(int argc, const char* const* argv, Options& options);
+
+} // namespace ferrow::sim

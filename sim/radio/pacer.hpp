@@ -1,0 +1,35 @@
+#pragma once
+#include <cstdint>
+
+namespace ferrow::sim {
+
+/// The radio's sample clock as packet times. Packet k is due when its last sample has been taken:
+/// start + (k + 1) * samples / rate.
+class Pacer {
+public:
+    /// `startNs`: time of sample 0 on the monotonic clock. `trueRate`: samples a second, clock error
+    /// included.
+    void begin(std::int64_t startNs, double trueRate, int samplesPerPacket) {
+        start_ = startNs;
+        nsPerPacket_ = 1e9 * samplesPerPacket / trueRate;
+    }
+    std::int64_t dueNs(std::int64_t packet) const {
+        return start_ + static_cast<std::int64_t>(static_cast<double>(packet + 1) * nsPerPacket_);
+    }
+    /// Seconds of the stream at which packet `packet` begins.
+    double seconds(std::int64_t packet) const { return static_cast<double>(packet) * nsPerPacket_ * 1e-9; }
+
+private:
+    std::int64_t start_ = 0;
+    double nsPerPacket_ = 1e9;
+};
+
+/// Monotonic clock in nanoseconds.
+std::int64_t monotonicNs();
+/// UTC in seconds since 1970, moved by `setUtcOffset`.
+double utcSeconds();
+void setUtcOffset(double seconds);
+/// Sleeps until that moment of the monotonic clock.
+void sleepUntil(std::int64_t monotonicNs);
+
+} // namespace ferrow::sim

@@ -1,0 +1,201 @@
+#include "sim/radio/radio.hpp"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstring>
+#include <fmt/format.h>
+#include <poll.h>
+#include <stdexcept>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace ferrow::sim {
+namespace {
+
+constexpr int kPollMs = 100;
+
+int bindUdp(const std::string& address, int port, bool shared) {
+    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (fd < 0)
+        throw std::runtime_error(fmt::format("socket: {}", std::strerror(errno)));
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_port = htons(static_cast<std::uint16_t>(port));
+    const int on = 1;
+    if (shared)
+        setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    const int buffer = 4 << 20;
+    setsockopt(fd, SOL_SOCKET, SO_SNDBUF, &buffer, sizeof buffer);
+    setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &buffer, sizeof buffer);
+    if (inet_pton(AF_INET, address.c_str(), &local.sin_addr) != 1) {
+        close(fd);
+        throw std::runtime_error(fmt::format("\"{}\" is no IPv4 address", address));
+    }
+    if (bind(fd, reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0) {
+        const int error = errno;
+        close(fd);
+        throw std::runtime_error(fmt::format("cannot bind {}:{}: {}", address, port, std::strerror(error)));
+    }
+    return fd;
+}
+
+} // namespace
+
+Radio::Radio(RadioSettings settings, std::shared_ptr<const Sky> sky)
+    : settings_(std::move(settings)),
+      stream_(std::move(sky), settings_.clockPpm, settings_.scale, settings_.fixedGain, settings_.telemetry,
+              settings_.identity.firmware),
+      injector_(settings_.faults, settings_.seed) {
+    if (!settings_.txFile.empty())
+        txRecorder_ = std::make_unique<TxRecorder>(settings_.txFile, settings_.txAll);
+    socket_ = bindUdp(settings_.address, settings_.port, false);
+    try {
+        // hosts may also look for radios with one broadcast into the loopback net
+        broadcastSocket_ = bindUdp("127.255.255.255", settings_.port, true);
+    } catch (const std::runtime_error&) {
+        broadcastSocket_ = -1;
+    }
+    wake_ = eventfd(0, EFD_CLOEXEC);
+    listener_ = std::thread([this] { listen(); });
+    streamer_ = std::thread([this] { stream(); });
+}
+
+Radio::~Radio() {
+    quit_.store(true, std::memory_order_release);
+    {
+        const std::lock_guard lock(mutex_);
+        command_.iq = command_.wideband = false;
+    }
+    changed_.notify_all();
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const auto written = write(wake_, &one, sizeof one);
+    listener_.join();
+    streamer_.join();
+    close(socket_);
+    if (broadcastSocket_ >= 0)
+        close(broadcastSocket_);
+    close(wake_);
+}
+
+ControlState Radio::control() const {
+    const std::lock_guard lock(mutex_);
+    return control_;
+}
+
+Statistics Radio::statistics() const {
+    const std::lock_guard lock(mutex_);
+    return statistics_;
+}
+
+void Radio::flush() {
+    const std::lock_guard lock(mutex_);
+    if (txRecorder_)
+        txRecorder_->flush();
+}
+
+void Radio::listen() {
+    pollfd fds[3] = {{socket_, POLLIN, 0}, {wake_, POLLIN, 0}, {broadcastSocket_, POLLIN, 0}};
+    std::array<std::uint8_t, 2048> buffer;
+    while (!quit_.load(std::memory_order_acquire)) {
+        poll(fds, 3, kPollMs);
+        for (const int fd : {socket_, broadcastSocket_}) {
+            while (fd >= 0) {
+                sockaddr_in from{};
+                socklen_t length = sizeof from;
+                const ssize_t size = recvfrom(fd, buffer.data(), buffer.size(), MSG_DONTWAIT,
+                                              reinterpret_cast<sockaddr*>(&from), &length);
+                if (size < 0)
+                    break;
+                takeDatagram({buffer.data(), static_cast<std::size_t>(size)}, from);
+            }
+        }
+        checkWatchdog();
+    }
+}
+
+void Radio::takeDatagram(std::span<const std::uint8_t> datagram, const sockaddr_in& from) {
+    switch (classify(datagram)) {
+    case HostPacket::Discovery: {
+        const auto reply = discoveryReply(settings_.identity, streaming());
+        sendto(socket_, reply.data(), reply.size(), 0, reinterpret_cast<const sockaddr*>(&from), sizeof from);
+        const std::lock_guard lock(mutex_);
+        ++statistics_.discoveries;
+        break;
+    }
+    case HostPacket::Command:
+        takeCommand(datagram[3], from);
+        break;
+    case HostPacket::Data:
+        takeData(datagram);
+        break;
+    case HostPacket::Foreign: {
+        const std::lock_guard lock(mutex_);
+        ++statistics_.foreign;
+        break;
+    }
+    }
+}
+
+void Radio::takeCommand(std::uint8_t bits, const sockaddr_in& from) {
+    {
+        const std::lock_guard lock(mutex_);
+        ++statistics_.commands;
+        const bool start = (bits & (kCommandIq | kCommandWideband)) != 0;
+        command_.iq = (bits & kCommandIq) != 0;
+        command_.wideband = (bits & kCommandWideband) != 0;
+        command_.watchdog = (bits & kCommandNoWatchdog) == 0;
+        if (start) {
+            command_.peer = from;
+            ++command_.generation;
+            lastDataNs_ = monotonicNs();
+            statistics_.countStart(lastDataNs_);
+        } else {
+            ++statistics_.stops;
+            control_.ptt = false;
+            txBuffer_.key(false, control_.txLatencyMs);
+        }
+        streaming_.store(start && !settings_.silent, std::memory_order_release);
+    }
+    changed_.notify_all();
+}
+
+void Radio::takeData(std::span<const std::uint8_t> packet) {
+    const std::int64_t now = monotonicNs();
+    const auto utcNs = static_cast<std::int64_t>(utcSeconds() * 1e9);
+    const std::uint32_t sequence = readBig32(packet.data() + 4);
+    const std::lock_guard lock(mutex_);
+    lastDataNs_ = now;
+    statistics_.countData(sequence, now);
+    for (int frame = 0; frame < 2; ++frame) {
+        const ControlBytes c = controlBytes(packet, frame);
+        if (settings_.trace)
+            settings_.trace->write(settings_.address, utcNs, sequence, frame, c);
+        I2cWrite i2c{};
+        if (control_.apply(c, i2c)) {
+            ++statistics_.i2cWrites;
+            i2cAnswers_.push_back(i2c);
+        }
+    }
+    txBuffer_.key(control_.ptt, control_.txLatencyMs);
+    txBuffer_.fill(2 * kFrameSamples);
+    statistics_.txOverflows = txBuffer_.overflows();
+    if (txRecorder_)
+        txRecorder_->write(packet, control_, utcNs);
+}
+
+void Radio::checkWatchdog() {
+    if (settings_.watchdogSeconds <= 0.0)
+        return;
+    const std::lock_guard lock(mutex_);
+    if (!(command_.iq || command_.wideband) || !command_.watchdog)
+        return;
+    if (static_cast<double>(monotonicNs() - lastDataNs_) < settings_.watchdogSeconds * 1e9)
+        return;
+    command_.iq = command_.wideband = false;
+    control_.ptt = false;
+    ++statistics_.watchdogStops;
+    streaming_.store(false, std::memory_order_release);
+}
+
+} // namespace ferrow::sim
