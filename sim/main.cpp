@@ -102,6 +102,7 @@ int run(Options options) {
     for (const int one : {SIGINT, SIGTERM, SIGUSR1})
         sigaddset(&signals, one);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::signal(SIGPIPE, SIG_IGN); // whoever read the ready line may close the pipe
     if (options.dieWithParent)
         prctl(PR_SET_PDEATHSIG, SIGTERM);
 

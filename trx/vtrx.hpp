@@ -108,6 +108,8 @@ public:
 
     const std::shared_ptr<modDemod>& mode() const noexcept { return mode_; }
     bool running() const noexcept { return running_; }
+    const ferrow::audioOutput& output() const noexcept { return audioOut_; }
+    const audioInputReader& microphone() const noexcept { return micIn_; }
 
 private:
     struct Ratio {

@@ -182,7 +182,7 @@ void vtrx::playReceived(buff<float> audio, bool stereo) {
     txMuteBlocks_ = kMuteBlocks;
     const auto level = static_cast<float>(signalStrength.value());
     const auto& gain = rxMuteBlocks_ < kFrozenBlocks ? rxagc.value() : txagc.value();
-    const buff<float> out = gain->process(std::move(audio), muting, true, level);
+    const buff<float> out = gain ? gain->process(std::move(audio), muting, true, level) : std::move(audio);
     audioOut_.write(out, useResampler.value(), stereo);
     if (SendAudio.value() && newAudio.bound()) {
         buff<float> copy(out.size());

@@ -6,6 +6,23 @@
 using namespace ferrow;
 using namespace ferrow::api;
 
+namespace {
+
+// The tones are copied: the host may fill its array anew at once.
+void queueTones(void* handle, void* tones, int marker, int startMs, const char* label) {
+    buff<float> copy;
+    if (tones != nullptr) {
+        const auto& given = *static_cast<buff<float>*>(tones);
+        copy = buff<float>(given.size());
+        given.copy(copy);
+    }
+    if (auto self = objectOf<JTModDemod>(handle, label))
+        self->queueSetItem(
+            seqTask(label, [self, copy, marker, startMs] { self->queueMsg(copy, marker, startMs); }));
+}
+
+} // namespace
+
 extern "C" {
 
 void* JTModDemod_create(void) {

@@ -83,7 +83,7 @@ public:
         if (length > destination.length)
             std::cerr << " buff copy error" << length << " > " << destination.length;
         else
-            move(first, destination.first, length);
+            move(0, length, destination, 0);
     }
 
     // Copies `count` elements from `offset` to `destinationOffset` of `destination`; the two may overlap.
@@ -91,15 +91,16 @@ public:
     // stream.
     void copyTo(size_t offset, size_t count, const buff& destination, size_t destinationOffset) const {
         if (count <= destination.length && destinationOffset <= destination.length - count)
-            move(first + offset, destination.first + destinationOffset, count);
+            move(offset, count, destination, destinationOffset);
         else
             std::cerr << "buff copyTo error ";
     }
 
 private:
-    static void move(const T* from, T* to, size_t count) {
-        if (count != 0)
-            std::memmove(to, from, count * sizeof(T));
+    // An unusable view has no elements to give or to take.
+    void move(size_t offset, size_t count, const buff& destination, size_t destinationOffset) const {
+        if (count != 0 && first && destination.first)
+            std::memmove(destination.first + destinationOffset, first + offset, count * sizeof(T));
     }
 
     boost::shared_ptr<unsigned char[]> storage;

@@ -63,7 +63,8 @@ bool Radio::takeTurn(Command& command, ControlState& control, std::int64_t now) 
     command = command_;
     if (!command.iq && !command.wideband)
         return false;
-    txBuffer_.drain(1e-9 * static_cast<double>(now - drainedNs_), 1.0 + settings_.clockPpm * 1e-6);
+    if (command.generation == generation_)
+        txBuffer_.drain(1e-9 * static_cast<double>(now - drainedNs_), 1.0 + settings_.clockPpm * 1e-6);
     drainedNs_ = now;
     statistics_.txUnderflows = txBuffer_.underflows();
     stream_.setTxReport(txBuffer_.levelUnits(),

@@ -168,7 +168,6 @@ TEST(Gfsk, Ft4RampSymbolsAndToneFrequencies) {
 TEST(Gfsk, Ft8EnergyOutsideItsBandIsLow) {
     // The pulse keeps the spectrum narrow: less than -50 dB of the power outside -25 to +75 Hz.
     const auto wave = modulateGfsk(kFt8Form, ft8Tones(packMessage("K1ABC W9XYZ R+05")));
-    // decimating sums of 60 samples: a crude low-pass at 100 Hz would not do; sum the spectrum by Goertzel
     // bins
     const std::size_t span = 12000;
     double inside = 0.0;

@@ -76,8 +76,7 @@ struct SplitSink {
     }
     void putRe(size_t k, __m256 a, __m256 b) const { put(a, b, to.evenRe + k / 2, to.oddRe + k / 2); }
     void putIm(size_t k, __m256 a, __m256 b) const { put(a, b, to.evenIm + k / 2, to.oddIm + k / 2); }
-    void putRe(size_t k, float v) const { (k % 2 ? to.oddRe : to.evenRe)[k / 2] = v; }
-    void putIm(size_t k, float v) const { (k % 2 ? to.oddIm : to.evenIm)[k / 2] = v; }
+    void put(size_t k, float re, float im) const { to.put(k, {re, im}); }
 };
 
 struct RowSink {
@@ -89,8 +88,10 @@ struct RowSink {
     }
     void putRe(size_t k, __m256 a, __m256 b) const { put(a, b, re + k); }
     void putIm(size_t k, __m256 a, __m256 b) const { put(a, b, im + k); }
-    void putRe(size_t k, float v) const { re[k] = v; }
-    void putIm(size_t k, float v) const { im[k] = v; }
+    void put(size_t k, float oneRe, float oneIm) const {
+        re[k] = oneRe;
+        im[k] = oneIm;
+    }
 };
 
 template <HalfBandKind Kind, class Sink>
@@ -101,10 +102,9 @@ void filterAll(SplitOutput x, size_t n, const Sink& sink) {
         sink.putRe(k, y.reA, y.reB);
         sink.putIm(k, y.imA, y.imB);
     }
-    for (; k < n; ++k) {
-        sink.putRe(k, filterOne(tapsOf<Kind>(), x.evenRe + k, x.oddRe + k));
-        sink.putIm(k, filterOne(tapsOf<Kind>(), x.evenIm + k, x.oddIm + k));
-    }
+    for (; k < n; ++k)
+        sink.put(k, filterOne(tapsOf<Kind>(), x.evenRe + k, x.oddRe + k),
+                 filterOne(tapsOf<Kind>(), x.evenIm + k, x.oddIm + k));
 }
 
 } // namespace

@@ -74,8 +74,7 @@ void mixSplit_ref(const cf* in, size_t n, cd start, double theta, SplitOutput ou
     for (size_t i = 0; i < n; ++i) {
         const double angle = theta * static_cast<double>(i);
         const cf z = product(in[i], cf(start * cd(std::cos(angle), -std::sin(angle))));
-        (i % 2 ? out.oddRe : out.evenRe)[i / 2] = z.real();
-        (i % 2 ? out.oddIm : out.evenIm)[i / 2] = z.imag();
+        out.put(i, z);
     }
 }
 
@@ -131,8 +130,7 @@ void mixSplit(const cf* in, size_t n, cd start, const PhasorSteps& steps, SplitO
     cd phasor = steps.rotated(start, whole);
     for (size_t i = whole; i < n; ++i, phasor *= steps.by1) {
         const cf z = product(in[i], cf(phasor));
-        (i % 2 ? out.oddRe : out.evenRe)[i / 2] = z.real();
-        (i % 2 ? out.oddIm : out.evenIm)[i / 2] = z.imag();
+        out.put(i, z);
     }
 }
 

@@ -43,6 +43,14 @@ struct SplitOutput {
     float* oddRe;
     float* oddIm;
 
+    // Sample i of the signal.
+    void put(size_t i, std::complex<float> z) const {
+        float* const re = i % 2 ? oddRe : evenRe;
+        float* const im = i % 2 ? oddIm : evenIm;
+        re[i / 2] = z.real();
+        im[i / 2] = z.imag();
+    }
+
     SplitOutput offset(size_t pairs) const {
         return {evenRe + pairs, evenIm + pairs, oddRe + pairs, oddIm + pairs};
     }

@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <semaphore>
 #include <limits>
+#include <semaphore>
 #include <string>
 #include <vector>
 
@@ -32,17 +32,29 @@ std::vector<std::string> texts;
 std::vector<void*> handles;
 std::vector<int> deleted, echoes;
 
-void onInt(int value) { ints.push_back(value); }
-void onDouble(double value) { doubles.push_back(value); }
-void onText(const char* value) { texts.emplace_back(value); }
-void onHandle(void* handle) { handles.push_back(handle); }
+void onInt(int value) {
+    ints.push_back(value);
+}
+void onDouble(double value) {
+    doubles.push_back(value);
+}
+void onText(const char* value) {
+    texts.emplace_back(value);
+}
+void onHandle(void* handle) {
+    handles.push_back(handle);
+}
 void onItem(unsigned long long operation, unsigned long long index, void* item) {
     EXPECT_EQ(operation, 3u);
     EXPECT_EQ(index, 0u);
     handles.push_back(item);
 }
-void onDeleted(int one) { deleted.push_back(one); }
-void onEcho(int value) { echoes.push_back(value); }
+void onDeleted(int one) {
+    deleted.push_back(one);
+}
+void onEcho(int value) {
+    echoes.push_back(value);
+}
 
 class Async : public ::testing::Test {
 protected:
@@ -304,7 +316,9 @@ TEST_F(Async, EmptyPumpsReturnAtOnce) {
 TEST_F(Async, AfterTheLastReferenceQueueSetItemLogsTheException) {
     struct Dying : asyncObject {
         using asyncObject::asyncObject;
-        ~Dying() override { queueSetItem(seqTask("Dying.x.set", [] {})); }
+        ~Dying() override {
+            queueSetItem(seqTask("Dying.x.set", [] {}));
+        }
     };
     std::make_shared<Dying>(rootSyncTask).reset();
     EXPECT_TRUE(runtime.logged("queueSetItem bad_weak_ptr Dying.x.set"));

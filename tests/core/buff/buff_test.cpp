@@ -79,6 +79,8 @@ TEST(Buff, SliceOutOfRangeIsReportedAndUnusable) {
     EXPECT_EQ(bad.data(), nullptr);
     EXPECT_EQ(bad.size(), 4u);
     EXPECT_EQ(bad.useCount(), 0);
+    bad.copy(a);
+    a.slice(0, 4).copy(bad);
     testing::internal::CaptureStderr();
     EXPECT_EQ(a.slice(static_cast<size_t>(-1), 2).data(), nullptr) << "offset + count wraps";
     testing::internal::GetCapturedStderr();

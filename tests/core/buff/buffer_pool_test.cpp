@@ -132,8 +132,10 @@ TEST(BufferPool, BlocksHandedBetweenThreadsAreSeenWhole) {
     std::thread reader([&] {
         while (!done || box.load()) {
             buff<int>* got = box.exchange(nullptr);
-            if (!got)
+            if (!got) {
+                std::this_thread::yield();
                 continue;
+            }
             for (int v : *got)
                 wrong += v != (*got)[0];
             delete got;
@@ -142,8 +144,10 @@ TEST(BufferPool, BlocksHandedBetweenThreadsAreSeenWhole) {
     for (int i = 0; i < 5000; ++i) {
         auto* sent = new buff<int>(64, i);
         buff<int>* expected = nullptr;
-        while (!box.compare_exchange_weak(expected, sent))
+        while (!box.compare_exchange_weak(expected, sent)) {
             expected = nullptr;
+            std::this_thread::yield();
+        }
     }
     done = true;
     reader.join();
