@@ -10,15 +10,17 @@ namespace {
 
 // The tones are copied: the host may fill its array anew at once.
 void queueTones(void* handle, void* tones, int marker, int startMs, const char* label) {
+    auto self = objectOf<JTModDemod>(handle, label);
+    if (!self)
+        return;
     buff<float> copy;
     if (tones != nullptr) {
         const auto& given = *static_cast<buff<float>*>(tones);
         copy = buff<float>(given.size());
         given.copy(copy);
     }
-    if (auto self = objectOf<JTModDemod>(handle, label))
-        self->queueSetItem(
-            seqTask(label, [self, copy, marker, startMs] { self->queueMsg(copy, marker, startMs); }));
+    self->queueSetItem(
+        seqTask(label, [self, copy, marker, startMs] { self->queueMsg(copy, marker, startMs); }));
 }
 
 } // namespace

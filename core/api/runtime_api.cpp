@@ -1,3 +1,4 @@
+#include "core/fft/fft.hpp"
 #include "core/tasks/runtime.hpp"
 
 #include <ferrowcore/runtime.h>
