@@ -154,91 +154,160 @@ private:
                               (station.kind == "am" ? 20 * std::log10(depth) : 0));
             voices_.push_back(
                 std::make_unique<VoiceRecorder>(station, (folder_ / station.fileName()).string()));
-            for (const auto& [transceiver, watcher] : watched_)
-                transceiver->askCentre();
-            auto nextNote = began + 5s;
-            while (!interrupted() && !results_.bestFt8()) {
-                library.pumpUntil([] { return false; }, 20ms);
-                session.checkSamples();
-                centreDisplays();
-                takeSlots(SlotMode::Ft8, ft8);
-                takeSlots(SlotMode::Ft4, ft4);
-                const auto now = Clock::now();
-                if (now - began > kLongest)
-                    break;
-                if (now >= nextNote) {
-                    say(fmt::format("  {:.0f} s received",
-                                    std::chrono::duration<double>(now - began).count()));
-                    nextNote += 5s;
-                }
+            one.onAudio = [voice = voices_.back().get()](std::span<const float> sound) {
+                voice->take(sound);
+            };
+            const bool upperBand = tuning.frequency > kBandEdge;
+            if (auto& watcher = bandWatchers_[upperBand ? 0 : 1]; !watcher)
+                watchBand(one, watcher, upperBand);
+        }
+    }
+
+    static Tuning tuningOf(const SceneStation& station) {
+        Tuning tuning;
+        tuning.frequency = std::llround(station.frequency);
+        tuning.mode = station.kind == "am" ? Mode::Am : station.upper ? Mode::Usb : Mode::Lsb;
+        tuning.low = tuning.mode == Mode::Usb ? kVoiceLow : -kVoiceHigh;
+        tuning.high = tuning.mode == Mode::Lsb ? -kVoiceLow : kVoiceHigh;
+        return tuning;
+    }
+
+    void watchBand(Transceiver& transceiver, std::unique_ptr<Watcher>& watcher, bool upperBand) {
+        const auto inBand = [upperBand](const SceneStation& one) {
+            return one.kind != "ft8" && one.kind != "ft4" &&
+                   (upperBand ? one.frequency > 13e6 && one.frequency < 15e6
+                              : one.frequency > 6e6 && one.frequency < 8e6);
+        };
+        double low = 1e12, high = 0;
+        for (const SceneStation& station : stations_) {
+            if (inBand(station)) {
+                low = std::min(low, station.frequency);
+                high = std::max(high, station.frequency);
             }
-            results_.seconds = std::chrono::duration<double>(Clock::now() - began).count();
         }
+        watcher = std::make_unique<Watcher>(upperBand ? "20 M" : "40 M", low - kMargin, high + kMargin);
+        auto marks = marksWhere(inBand);
+        for (const SceneStation& station : stations_) // one mark for all that share a dial
+            if (upperBand && (station.kind == "ft8" || station.kind == "ft4") &&
+                marks.back().frequency != station.frequency)
+                marks.push_back({station.frequency, station.kind});
+        watcher->panel.setMarks(std::move(marks));
+        transceiver.onSpectrum = [one = watcher.get()](const Spectrum& spectrum) { one->take(spectrum); };
+        watched_.push_back({&transceiver, watcher.get()});
+    }
 
-        void takeSlots(SlotMode mode, SlotDecoder & decoder) {
-            while (const auto slot = decoder.take()) {
-                if (!slot->error.empty())
-                    throw Failure(slot->error);
-                results_.slots.push_back(judgeSlot(mode, *slot, stations_));
+    template <typename Condition>
+    std::vector<Mark> marksWhere(Condition condition) const {
+        std::vector<Mark> marks;
+        for (const SceneStation& station : stations_) {
+            const bool slot = station.kind == "ft8" || station.kind == "ft4";
+            if (condition(station))
+                marks.push_back({station.onAir(), slot ? station.name.substr(4) : station.name});
+        }
+        return marks;
+    }
+
+    // Puts the display of a band in the middle of the hardware receiver: then every bin holds data, and
+    // stands exactly at its frequency.
+    void centreDisplays() {
+        for (auto& [transceiver, watcher] : watched_) {
+            if (!transceiver->centre() || watcher->centre.load(std::memory_order_acquire) != 0)
+                continue;
+            const double centre = *transceiver->centre();
+            transceiver->setSpectrum(true, 1, std::llround(centre) - transceiver->vfo());
+            watcher->centre.store(centre, std::memory_order_release);
+        }
+    }
+
+    void receive(Library& library, RadioSession& session, SlotDecoder& ft8, SlotDecoder& ft4) {
+        const auto began = Clock::now();
+        // All of an FT8 period that has not begun yet, and the time to decode it.
+        const auto expected = std::chrono::milliseconds(millisecondsToNextSlot(SlotMode::Ft8) + 15000);
+        say(fmt::format("receiving {} signals at once until an FT8 period is complete, about {:.0f} s",
+                        session.transceivers().size(), std::chrono::duration<double>(expected).count()));
+        for (const auto& [transceiver, watcher] : watched_)
+            transceiver->askCentre();
+        auto nextNote = began + 5s;
+        while (!interrupted() && !results_.bestFt8()) {
+            library.pumpUntil([] { return false; }, 20ms);
+            session.checkSamples();
+            centreDisplays();
+            takeSlots(SlotMode::Ft8, ft8);
+            takeSlots(SlotMode::Ft4, ft4);
+            const auto now = Clock::now();
+            if (now - began > kLongest)
+                break;
+            if (now >= nextNote) {
+                say(fmt::format("  {:.0f} s received", std::chrono::duration<double>(now - began).count()));
+                nextNote += 5s;
             }
         }
+        results_.seconds = std::chrono::duration<double>(Clock::now() - began).count();
+    }
 
-        void finish() {
-            for (const auto& voice : voices_) {
-                if (!voice->error.empty())
-                    throw Failure(voice->error);
-                voice->file.close();
-                const Sound source = readWav((folder_ / "source" / voice->station.fileName()).string());
-                const std::size_t skip = std::min<std::size_t>(voice->sound.size(), kAudioRate / 2);
-                results_.voices.push_back(
-                    {voice->station.name, voice->station.fileName(),
-                     static_cast<double>(voice->sound.size()) / kAudioRate,
-                     compareWithLoop(std::span(voice->sound).subspan(skip), source, kCompareLow, kCompareHigh,
-                                     voice->station.kind == "ssb")});
-            }
-            drawWaterfalls();
-            write("ft8.txt", showResults(results_));
-            write("summary.json", resultsJson(results_).dump(2) + "\n");
-            if (options_.json)
-                fmt::print("{}\n", resultsJson(results_).dump(2));
-            else
-                fmt::print("{}", showResults(results_));
-            say(fmt::format("the recordings, waterfall.png, ft8.txt and summary.json are in {}",
-                            folder_.string()));
+    void takeSlots(SlotMode mode, SlotDecoder& decoder) {
+        while (const auto slot = decoder.take()) {
+            if (!slot->error.empty())
+                throw Failure(slot->error);
+            results_.slots.push_back(judgeSlot(mode, *slot, stations_));
         }
+    }
 
-        void drawWaterfalls() {
-            std::vector<PicturePanel> panels;
-            for (const Watcher* watcher :
-                 {bandWatchers_[0].get(), bandWatchers_[1].get(), ft8Watcher_.get()}) {
-                if (!watcher)
-                    continue;
-                const auto snapshot = watcher->panel.snapshot();
-                if (snapshot.rows.empty())
-                    throw Failure("a waterfall has no rows");
-                const auto marks = judgeMarks(snapshot, stations_);
-                results_.marks.insert(results_.marks.end(), marks.begin(), marks.end());
-                panels.push_back(drawPanel(snapshot));
-            }
-            writePng(drawPicture("FERROW DEMO", panels), (folder_ / "waterfall.png").string());
+    void finish() {
+        for (const auto& voice : voices_) {
+            if (!voice->error.empty())
+                throw Failure(voice->error);
+            voice->file.close();
+            const Sound source = readWav((folder_ / "source" / voice->station.fileName()).string());
+            const std::size_t skip = std::min<std::size_t>(voice->sound.size(), kAudioRate / 2);
+            results_.voices.push_back(
+                {voice->station.name, voice->station.fileName(),
+                 static_cast<double>(voice->sound.size()) / kAudioRate,
+                 compareWithLoop(std::span(voice->sound).subspan(skip), source, kCompareLow, kCompareHigh,
+                                 voice->station.kind == "ssb")});
         }
+        drawWaterfalls();
+        write("ft8.txt", showResults(results_));
+        write("summary.json", resultsJson(results_).dump(2) + "\n");
+        if (options_.json)
+            fmt::print("{}\n", resultsJson(results_).dump(2));
+        else
+            fmt::print("{}", showResults(results_));
+        say(fmt::format("the recordings, waterfall.png, ft8.txt and summary.json are in {}",
+                        folder_.string()));
+    }
 
-        void write(const std::string& name, const std::string& text) const {
-            std::ofstream file(folder_ / name, std::ios::trunc);
-            file << text;
-            file.flush();
-            if (!file)
-                throw Failure(fmt::format("cannot write {}", (folder_ / name).string()));
+    void drawWaterfalls() {
+        std::vector<PicturePanel> panels;
+        for (const Watcher* watcher : {bandWatchers_[0].get(), bandWatchers_[1].get(), ft8Watcher_.get()}) {
+            if (!watcher)
+                continue;
+            const auto snapshot = watcher->panel.snapshot();
+            if (snapshot.rows.empty())
+                throw Failure("a waterfall has no rows");
+            const auto marks = judgeMarks(snapshot, stations_);
+            results_.marks.insert(results_.marks.end(), marks.begin(), marks.end());
+            panels.push_back(drawPanel(snapshot));
         }
+        writePng(drawPicture("FERROW DEMO", panels), (folder_ / "waterfall.png").string());
+    }
 
-        const Options& options_;
-        fs::path folder_;
-        std::vector<SceneStation> stations_;
-        std::vector<std::unique_ptr<VoiceRecorder>> voices_;
-        std::unique_ptr<Watcher> bandWatchers_[2], ft8Watcher_;
-        std::vector<std::pair<Transceiver*, Watcher*>> watched_;
-        DemoResults results_;
-    };
+    void write(const std::string& name, const std::string& text) const {
+        std::ofstream file(folder_ / name, std::ios::trunc);
+        file << text;
+        file.flush();
+        if (!file)
+            throw Failure(fmt::format("cannot write {}", (folder_ / name).string()));
+    }
+
+    const Options& options_;
+    fs::path folder_;
+    std::vector<SceneStation> stations_;
+    std::vector<std::unique_ptr<VoiceRecorder>> voices_;
+    std::unique_ptr<Watcher> bandWatchers_[2], ft8Watcher_;
+    std::vector<std::pair<Transceiver*, Watcher*>> watched_;
+    DemoResults results_;
+};
 
 } // namespace
 

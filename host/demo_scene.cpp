@@ -19,7 +19,8 @@ std::string SceneStation::fileName() const {
 std::vector<SceneStation> readScene(const std::string& json) {
     std::vector<SceneStation> stations;
     try {
-        for (const auto& one : nlohmann::json::parse(json).at("stations")) {
+        const auto scene = nlohmann::json::parse(json);
+        for (const auto& one : scene.at("stations")) {
             SceneStation station;
             station.name = one.at("name");
             station.kind = one.at("kind");

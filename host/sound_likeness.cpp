@@ -21,7 +21,8 @@ constexpr double kFilterSeconds = 0.04;
 constexpr double kMostSeconds = 12, kLeastSeconds = 1;
 constexpr int kFineSteps = 20; // to either side of a sample
 
-// One-sided band pass, so that what comes out has positive frequencies only.
+// One-sided band pass, to be multiplied with samples in rising order: what comes out has positive frequencies
+// only.
 Series bandPass(double low, double high, int rate) {
     const int taps = static_cast<int>(kFilterSeconds * rate) | 1;
     Series filter(static_cast<std::size_t>(taps));
@@ -31,7 +32,7 @@ Series bandPass(double low, double high, int rate) {
         const double window = 0.42 - 0.5 * std::cos(x) + 0.08 * std::cos(2 * x);
         const double ideal =
             t == 0 ? 2 * half : std::sin(2 * std::numbers::pi * half * t) / (std::numbers::pi * t);
-        filter[static_cast<std::size_t>(i)] = std::polar(ideal * window, 2 * std::numbers::pi * centre * t);
+        filter[static_cast<std::size_t>(i)] = std::polar(ideal * window, -2 * std::numbers::pi * centre * t);
     }
     return filter;
 }
