@@ -5,14 +5,8 @@
 
 extern "C" {
 
-void init(const char* path, int mode) {
-    ferrow::initRuntime(path, mode);
-}
-void getUpdates(void) {
-    ferrow::pumpUpdates();
-}
-void getRenderUpdates(void) {
-    ferrow::pumpRenderUpdates();
-}
+void init(const char* path, int mode) { ferrow::initRuntime(path, mode); }
+void getUpdates(void) { ferrow::pumpUpdates(); }
+void getRenderUpdates(void) { ferrow::pumpRenderUpdates(); }
 
 } // extern "C"

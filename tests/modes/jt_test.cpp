@@ -12,7 +12,9 @@ using test::readFile;
 using test::Samples;
 
 std::int64_t now100ns;
-std::int64_t fakeClock() { return now100ns; }
+std::int64_t fakeClock() {
+    return now100ns;
+}
 
 // 100 ns ticks of a time of 2026-03-04.
 std::int64_t at(int hour, int minute, int second, int ms) {
@@ -27,7 +29,9 @@ std::int64_t at(int hour, int minute, int second, int ms) {
 }
 
 std::vector<std::string> files;
-void onFile(const char* name) { files.emplace_back(name); }
+void onFile(const char* name) {
+    files.emplace_back(name);
+}
 
 template <class T>
 T field(const std::string& bytes, std::size_t offset) {
@@ -108,8 +112,14 @@ TEST_F(Jt, CaptureStartsInTheFirstHalfSecondOfAPeriodOnly) {
         int second, ms;
         bool starts;
     };
-    for (const Case c : {Case{15, 0, true}, {15, 499, true}, {15, 500, false}, {16, 0, false}, {29, 999, false},
-                         {30, 0, true}, {45, 250, true}, {0, 0, true}}) {
+    for (const Case c : {Case{15, 0, true},
+                         {15, 499, true},
+                         {15, 500, false},
+                         {16, 0, false},
+                         {29, 999, false},
+                         {30, 0, true},
+                         {45, 250, true},
+                         {0, 0, true}}) {
         now100ns = at(12, 0, c.second, c.ms);
         block();
         block(); // 2 x 128 of 256
@@ -127,8 +137,13 @@ TEST_F(Jt, CaptureStartsInTheFirstHalfSecondOfAPeriodOnly) {
 TEST_F(Jt, APeriodOf7500HasSixteenthsOfAMinute) {
     small();
     mode->period.set(7500);
-    for (const auto& [second, ms, starts] :
-         {std::tuple{0, 0, true}, {7, 499, false}, {7, 500, true}, {7, 999, true}, {8, 0, false}, {15, 0, true}, {22, 500, true}}) {
+    for (const auto& [second, ms, starts] : {std::tuple{0, 0, true},
+                                             {7, 499, false},
+                                             {7, 500, true},
+                                             {7, 999, true},
+                                             {8, 0, false},
+                                             {15, 0, true},
+                                             {22, 500, true}}) {
         now100ns = at(12, 1, second, ms);
         block();
         block();
@@ -209,7 +224,9 @@ TEST_F(Jt, DecimationKeepsOneSampleInThatMany) {
     const std::string wav = readFile(name.substr(0, name.size() - 1));
     ASSERT_EQ(wav.size(), 44u + 340); // 512 / 3
     for (int i = 0; i < 170; i += 13)
-        EXPECT_NEAR(field<std::int16_t>(wav, 44 + 2 * static_cast<std::size_t>(i)), 3 * i / 507.0 * 32000, 1.01) << i;
+        EXPECT_NEAR(field<std::int16_t>(wav, 44 + 2 * static_cast<std::size_t>(i)), 3 * i / 507.0 * 32000,
+                    1.01)
+            << i;
 }
 
 TEST_F(Jt, AClickDoesNotSetTheGain) {
