@@ -31,9 +31,11 @@ constexpr std::array<Band, 12> kBands = {{
 }};
 
 constexpr SlotFormat kFormats[] = {
-    // The window of ft8decode starts half a symbol early, and FT4's time has 0.4 s taken off.
+    // The window of ft8decode starts half a symbol early. FT4's time has 0.4 s taken off, and counts from the
+    // first
+    // symbol behind the ramp, which lasts a symbol too.
     {"FT8", FERROW_FT8, 15000, 180000, 4800, 6.25, 8, 12.64, 0.08},
-    {"FT4", FERROW_FT4, 7500, 90000, 4800, 12000.0 / 576, 4, 5.04, 0.4 + 0.024},
+    {"FT4", FERROW_FT4, 7500, 90000, 4800, 12000.0 / 576, 4, 5.04, 0.4 + 0.024 - 0.048},
 };
 
 long long dialOf(const Band& band, SlotMode mode) {

@@ -59,7 +59,12 @@ WavWriter::WavWriter(const std::string& path, int rate)
     : path_(path), rate_(rate), file_(std::fopen(path.c_str(), "wbe")) {
     if (!file_)
         throw Failure(fmt::format("cannot write {}: {}", path, std::strerror(errno)));
-    writeHeader();
+    try {
+        writeHeader();
+    } catch (...) {
+        std::fclose(file_);
+        throw;
+    }
 }
 
 WavWriter::~WavWriter() {

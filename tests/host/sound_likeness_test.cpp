@@ -1,0 +1,106 @@
+#include "host/failure.hpp"
+#include "host/sound_likeness.hpp"
+
+#include <cmath>
+#include <complex>
+#include <gtest/gtest.h>
+#include <numbers>
+#include <random>
+
+using namespace ferrow;
+
+namespace {
+
+constexpr double kTwoPi = 2 * std::numbers::pi;
+
+// A loop of 2.5 s made of many tones of a whole number of cycles, which can be had at any time and any rate.
+struct Loop {
+    static constexpr double kSeconds = 2.5;
+    struct Tone {
+        int cycles;
+        double amplitude, phase;
+    };
+    std::vector<Tone> tones;
+
+    Loop() {
+        std::mt19937 random(7);
+        std::uniform_real_distribution<double> part(0, 1);
+        for (int cycles = 800; cycles < 7000; cycles += 13)
+            tones.push_back({cycles, 0.01 * part(random), kTwoPi * part(random)});
+    }
+    // With every component's phase turned by `turn`, as by a receiver of single sideband.
+    double at(double seconds, double turn = 0) const {
+        double sum = 0;
+        for (const Tone& tone : tones)
+            sum += tone.amplitude * std::cos(kTwoPi * tone.cycles * seconds / kSeconds + tone.phase + turn);
+        return sum;
+    }
+    Sound sound() const {
+        Sound result{12000, {}};
+        for (int i = 0; i < static_cast<int>(kSeconds * 12000); ++i)
+            result.samples.push_back(static_cast<float>(at(i / 12000.0)));
+        return result;
+    }
+    std::vector<float> recording(double offset, double turn, double noise, double seconds = 4) const {
+        std::mt19937 random(9);
+        std::normal_distribution<double> gauss(0, 1);
+        std::vector<float> samples;
+        for (int i = 0; i < static_cast<int>(seconds * 48000); ++i)
+            samples.push_back(
+                static_cast<float>(at(offset + i / 48000.0, turn) + (noise > 0 ? noise * gauss(random) : 0)));
+        return samples;
+    }
+};
+
+} // namespace
+
+TEST(Likeness, IsOneForTheSameSoundAndFindsItsPlace) {
+    const Loop loop;
+    const Likeness likeness = compareWithLoop(loop.recording(1.23456, 0, 0), loop.sound(), 400, 2600, false);
+    EXPECT_GT(likeness.correlation, 0.999);
+    // The filters start to answer in their middle, so both are late by the same time.
+    EXPECT_NEAR(likeness.offset, 1.23456, 2e-5);
+    EXPECT_NEAR(likeness.seconds, 3.96, 0.01);
+}
+
+TEST(Likeness, ATurnedPhaseCountsOnlyWhereItMayBeHeard) {
+    const Loop loop;
+    const auto turned = loop.recording(0.7, kTwoPi / 4, 0);
+    EXPECT_GT(compareWithLoop(turned, loop.sound(), 400, 2600, true).correlation, 0.999);
+    EXPECT_LT(compareWithLoop(turned, loop.sound(), 400, 2600, false).correlation, 0.5);
+}
+
+TEST(Likeness, FallsWithNoiseAsItMust) {
+    const Loop loop;
+    double power = 0; // of the tones in the band
+    for (const auto& tone : loop.tones)
+        if (tone.cycles / Loop::kSeconds > 400 && tone.cycles / Loop::kSeconds < 2600)
+            power += tone.amplitude * tone.amplitude / 2;
+    for (const double snr : {1.0, 4.0}) { // ratio of powers in the band
+        const double noise = std::sqrt(power / snr * 24000 / 2200);
+        const double expected = std::sqrt(snr / (1 + snr));
+        const auto recording = loop.recording(0.5, 0, noise);
+        EXPECT_NEAR(compareWithLoop(recording, loop.sound(), 400, 2600, false).correlation, expected, 0.03);
+    }
+}
+
+TEST(Likeness, IsSmallForSomethingElse) {
+    const Loop loop;
+    Loop other;
+    std::mt19937 random(3);
+    std::uniform_real_distribution<double> part(0, 1);
+    for (auto& tone : other.tones) {
+        tone.phase = kTwoPi * part(random);
+        tone.amplitude = 0.01 * part(random);
+    }
+    EXPECT_LT(compareWithLoop(other.recording(0, 0, 0), loop.sound(), 400, 2600, true).correlation, 0.4);
+    EXPECT_EQ(compareWithLoop(std::vector<float>(100000), loop.sound(), 400, 2600, true).correlation, 0);
+}
+
+TEST(Likeness, TooLittleIsNothing) {
+    const Loop loop;
+    EXPECT_EQ(compareWithLoop({}, loop.sound(), 400, 2600, true).correlation, 0);
+    EXPECT_EQ(compareWithLoop(loop.recording(0, 0, 0, 0.5), loop.sound(), 400, 2600, true).correlation, 0);
+    EXPECT_EQ(compareWithLoop(loop.recording(0, 0, 0), {12000, {}}, 400, 2600, true).correlation, 0);
+    EXPECT_THROW(compareWithLoop({}, {8000, {}}, 400, 2600, true), Failure);
+}
