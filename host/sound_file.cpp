@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
 #include <iterator>
@@ -116,6 +117,8 @@ Sound readWav(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file)
         throw Failure(fmt::format("cannot read {}: {}", path, std::strerror(errno)));
+    if (std::filesystem::is_directory(path))
+        fail(path, "a folder, no WAV file");
     const std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(file), {}};
     if (bytes.size() < 12 || std::memcmp(bytes.data(), "RIFF", 4) != 0 ||
         std::memcmp(bytes.data() + 8, "WAVE", 4) != 0)

@@ -68,7 +68,7 @@ TEST(HostProgram, BadPathsEndWithOne) {
     EXPECT_NE(wav.output.find("/proc/no/such"), std::string::npos) << wav.output;
     EXPECT_EQ(runFerrow({"ft8", "--radio", "127.61.1.3", "--band", "20m", "--keep", "/proc/no/such"}).code,
               1);
-    EXPECT_EQ(runFerrow({"devices", "--log", "/no/such/folder/log"}).code, 1);
+    EXPECT_EQ(runFerrow({"devices", "--log", "/proc/no/such/log"}).code, 1);
     const Outcome file = runFerrow({"ft8", "/no/such/file.wav"});
     EXPECT_EQ(file.code, 1);
     EXPECT_NE(file.output.find("/no/such/file.wav"), std::string::npos) << file.output;

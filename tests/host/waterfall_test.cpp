@@ -31,12 +31,12 @@ struct Frame {
 const std::vector<double> kLines = {14'030'000, 14'036'500, 14'074'330, 14'100'000,
                                     14'123'456, 14'200'000, 14'250'000};
 
-WaterfallPanel filledPanel(const std::vector<Mark>& marks) {
+WaterfallPanel::Snapshot filledPanel(const std::vector<Mark>& marks) {
     WaterfallPanel panel("TEST", 14'020'000, 14'260'000, 0ms);
     panel.setMarks(marks);
     for (int i = 0; i < 30; ++i)
         panel.add(Frame(kLines).spectrum);
-    return panel;
+    return panel.snapshot();
 }
 
 std::vector<Mark> allMarks() {
@@ -56,7 +56,7 @@ TEST(SpectrumPlace, BinsAndFrequenciesAreInverse) {
 }
 
 TEST(Picture, LabelsStandWithinAPixelOfTheirSignal) {
-    const auto snapshot = filledPanel(allMarks()).snapshot();
+    const auto snapshot = filledPanel(allMarks());
     const auto mean = snapshot.mean();
     const PicturePanel picture = drawPanel(snapshot);
     ASSERT_EQ(picture.labels.size(), kLines.size());
@@ -71,7 +71,7 @@ TEST(Picture, LabelsStandWithinAPixelOfTheirSignal) {
 }
 
 TEST(Picture, TheSignalIsBrightUnderTheLineOfItsLabel) {
-    const PicturePanel picture = drawPanel(filledPanel(allMarks()).snapshot());
+    const PicturePanel picture = drawPanel(filledPanel(allMarks()));
     const int y = picture.image.height() - 40; // in the waterfall
     const auto brightness = [&](int x) {
         const Colour c = picture.image.at(x, y);
@@ -84,14 +84,14 @@ TEST(Picture, TheSignalIsBrightUnderTheLineOfItsLabel) {
 }
 
 TEST(Picture, ShowsTheRangeThatWasAskedFor) {
-    const auto snapshot = filledPanel({}).snapshot();
+    const auto snapshot = filledPanel({});
     EXPECT_NEAR(snapshot.first, 14'020'000, 187.5);
     EXPECT_NEAR(snapshot.columns(), 240'000 / 187.5, 2);
     EXPECT_EQ(snapshot.rows.size(), 30U);
 }
 
 TEST(Picture, StationsOutsideGetNoLabel) {
-    const auto picture = drawPanel(filledPanel({{14'010'000, "BELOW"}, {14'300'000, "ABOVE"}}).snapshot());
+    const auto picture = drawPanel(filledPanel({{14'010'000, "BELOW"}, {14'300'000, "ABOVE"}}));
     EXPECT_TRUE(picture.labels.empty());
 }
 
@@ -99,8 +99,8 @@ TEST(Picture, LabelsDoNotCoverOneAnother) {
     std::vector<Mark> crowd;
     for (int i = 0; i < 40; ++i)
         crowd.push_back({14'100'000.0 + 400 * i, "CROWDED " + std::to_string(i)});
-    const auto few = drawPanel(filledPanel({crowd.front()}).snapshot());
-    const auto many = drawPanel(filledPanel(crowd).snapshot());
+    const auto few = drawPanel(filledPanel({crowd.front()}));
+    const auto many = drawPanel(filledPanel(crowd));
     EXPECT_EQ(many.labels.size(), crowd.size());
     EXPECT_GT(many.image.height(), few.image.height() + 10 * 7) << "they take more lines";
 }
@@ -125,7 +125,7 @@ TEST(Picture, RowsAreMeansOverTime) {
 }
 
 TEST(Picture, PanelsStandBelowOneAnother) {
-    const auto panel = drawPanel(filledPanel(allMarks()).snapshot());
+    const auto panel = drawPanel(filledPanel(allMarks()));
     const Image picture = drawPicture("TITLE", {panel, panel});
     EXPECT_EQ(picture.width(), panel.image.width());
     EXPECT_GT(picture.height(), 2 * panel.image.height());
