@@ -365,6 +365,31 @@ TEST(HpsdrRadio, DroppingTheLastHandleOfARunningRadioStopsIt) {
     EXPECT_TRUE(isCommand(packets[0], 0));
 }
 
+TEST(HpsdrRadio, AProcessMayEndWithARunningRadio) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            test::UdpPeer peer(test::ownAddress().c_str(), 1024);
+            test::startRuntime();
+            // Kept, as by a host that never releases its handle.
+            static std::shared_ptr<HpsdrRadio>* const kept =
+                new std::shared_ptr<HpsdrRadio>(std::make_shared<HpsdrRadio>(rootSyncTask));
+            onContext(*kept, [] {
+                (*kept)->ipAddress.setFromHost(test::ownAddress());
+                (*kept)->start();
+            });
+            std::thread traffic([&] {
+                peer.receive();
+                for (std::uint32_t i = 0;; ++i)
+                    peer.reply(ReceivePacket{i}.bytes());
+            });
+            traffic.detach();
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
 TEST(HpsdrRadio, DroppedAmidTrafficOnAnyThreadItEndsCleanly) {
     // The last reference may go on this thread, on a worker or on the comms thread itself.
     for (int round = 0; round < 12; ++round) {

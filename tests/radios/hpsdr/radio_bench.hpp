@@ -147,6 +147,22 @@ struct Bench {
     }
 };
 
+// Sends packets of the given layout in sequence, slowly enough for one comms round each.
+struct Stream {
+    Bench& bench;
+    std::uint32_t next = 0;
+    ReceivePacket like{};
+
+    void send(int count) {
+        for (int i = 0; i < count; ++i) {
+            like.sequence = next++;
+            bench.send(like.bytes());
+            if (i % 16 == 15)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+};
+
 inline bool isData(const Packet& packet) {
     return packet.size() == 1032 && packet[0] == 0xEF && packet[1] == 0xFE && packet[2] == 1 &&
            packet[3] == 2;
