@@ -1,5 +1,6 @@
 #include "modes/jt_mod_demod.hpp"
 
+#include "core/tasks/log.hpp"
 #include "core/tasks/thread_pool.hpp"
 #include "trx/vtrx.hpp"
 
@@ -13,6 +14,7 @@ namespace {
 
 constexpr std::int64_t kTicksPerMs = 10000;
 constexpr int kHalfSecondMs = 500;
+constexpr int kMostSamples = 1 << 25;           // 46 minutes at 12000 a second
 constexpr double kMixStep = 25.132741228718345; // whole turns
 constexpr double kTurn = 6.283185307179586;
 
@@ -30,8 +32,8 @@ JTModDemod::JTModDemod(const std::shared_ptr<syncTask>& context)
         if (Enabled.value())
             return;
         capturing_ = false;
-        if (vtrxLink())
-            endTransmission();
+        periodOpen_ = false;
+        endTransmission();
     };
 }
 
@@ -50,24 +52,37 @@ buff<float> JTModDemod::demodulate(buff<std::complex<float>> block) {
             beginPeriod();
         if (capturing_)
             capture(block);
+        startTransmission();
     }
-    startTransmission();
     handOver();
     return realPart(block);
+}
+
+int JTModDemod::periodMs() const {
+    return std::max(period.value(), kHalfSecondMs);
+}
+
+int JTModDemod::blockLength() const {
+    const int wanted = samplesPerBlock.value();
+    if (wanted > kMostSamples)
+        logError("JTModDemod.samplesPerBlock {} counts as {}", wanted, kMostSamples);
+    return std::clamp(wanted, 0, kMostSamples);
 }
 
 void JTModDemod::beginPeriod() {
     const std::int64_t ticks = clock_();
     const std::int64_t msOfHour = ticks / kTicksPerMs % 3600000;
     const auto halves = static_cast<int>(msOfHour / kHalfSecondMs);
-    const int unit = std::max(period.value() / kHalfSecondMs, 1);
+    const int length = periodMs();
+    const int unit = length / kHalfSecondMs;
     if (halves % unit != 0)
         return;
-    periodStartMs_ = halves / unit * period.value();
+    periodStartMs_ = halves / unit * length;
+    periodOpen_ = true;
     captureCount_ = 0;
     peak_ = 0;
     absSum_ = absCount_ = 0;
-    block_ = buff<float>(static_cast<std::size_t>(std::max(samplesPerBlock.value(), 0)));
+    block_ = buff<float>(static_cast<std::size_t>(blockLength()));
     const auto format = SaveMode.value() == 1 ? PeriodFormat::C2 : PeriodFormat::Wav;
     filePath_ = periodFileName(saveDirectory.copy(), ticks / (1000 * kTicksPerMs), period.value(), format);
     capturing_ = true;

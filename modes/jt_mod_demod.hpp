@@ -63,6 +63,8 @@ private:
         int symbolIndex = 0;
     };
 
+    int periodMs() const;
+    int blockLength() const;
     void beginPeriod();
     void capture(const buff<std::complex<float>>& block);
     void finishPeriod();
@@ -77,8 +79,9 @@ private:
     UtcClock clock_;
     std::shared_ptr<asyncObject> saver_; // a context of its own for writing files
 
-    // Reception, on the transceiver's context; `capturing_` is cleared from the mode's.
+    // Reception, on the transceiver's context; both flags are cleared from the mode's.
     std::atomic<bool> capturing_{false};
+    std::atomic<bool> periodOpen_{false}; // captureCount_ tells how far the present period is
     std::int64_t captureCount_ = 0;
     float peak_ = 0;
     double absSum_ = 0, absCount_ = 0;
@@ -93,13 +96,15 @@ private:
     std::atomic<Queued*> incoming_{nullptr};
     std::unique_ptr<Queued> queued_;
     std::atomic<Message*> outgoing_{nullptr};
+    std::atomic<bool> dropTones_{false};
+    std::atomic<std::uint32_t> transmissions_{0}; // started so far
 
     // Transmission, on the thread that pulls it.
     buff<float> tones_;
     int symbolIndex_ = 0, symbolLeft_ = 0, symbolLength_ = 1;
     double stepCos_ = 1, stepSin_ = 0;
     double prevHz_ = 0, curHz_ = 0, nextHz_ = 0;
-    int txSamples_ = 0;
+    std::int64_t txSamples_ = 0;
     double phaseRe_ = 1.0, phaseIm_ = 0.0;
 };
 

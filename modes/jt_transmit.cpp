@@ -16,6 +16,7 @@ namespace {
 constexpr double kPi = 3.1415927f; // the short value stays
 constexpr double kRate = 48000.0;
 constexpr double kAmplitude = 0.98;
+constexpr std::int64_t kFarthestSymbol = 1 << 30;
 constexpr int kTableSpan = 1024; // of a symbol; a table has one entry more
 
 using StepTable = std::array<double, kTableSpan + 1>;
@@ -58,26 +59,40 @@ void JTModDemod::startTransmission() {
         queued_.reset(arrived);
     if (!queued_ || queued_->tones.empty())
         return;
+    const std::int64_t length = periodMs();
     const auto link = vtrxLink();
-    if (!link || link->ptt.value() || queued_->startMs < periodStartMs_ ||
-        queued_->startMs >= periodStartMs_ + period.value())
+    if (!periodOpen_ || !link || link->ptt.value() || queued_->startMs < periodStartMs_ ||
+        queued_->startMs >= periodStartMs_ + length)
         return;
-    if (captureCount_ >= static_cast<std::int64_t>(period.value() / 2000) * 12000)
+    if (captureCount_ >= length / 2000 * 12000) {
+        dropTones_ = true;
         return; // too late; it stays queued, and its time has gone by the next period
-    const int length = std::max(samplesPerSymbol.value(), 1);
+    }
+    const std::int64_t symbol = std::max(samplesPerSymbol.value(), 1);
+    const std::int64_t first =
+        std::max(Decimation.value(), 1) * captureCount_ / symbol - StartDelaySamples.value() / symbol - 1;
     auto message = std::make_unique<Message>();
-    message->symbolIndex = static_cast<int>(Decimation.value() * captureCount_ / length) -
-                           StartDelaySamples.value() / length - 1;
+    message->symbolIndex =
+        static_cast<int>(std::clamp<std::int64_t>(first, -kFarthestSymbol, kFarthestSymbol));
     message->tones = queued_->tones;
     txMarker_ = queued_->marker;
     queued_.reset();
+    transmissions_.fetch_add(1, std::memory_order_acq_rel);
     delete outgoing_.exchange(message.release(), std::memory_order_acq_rel);
     link->ptt.set(true);
 }
 
+// Ends the present transmission only: another one may have started when the task runs.
 void JTModDemod::endTransmission() {
-    if (const auto link = vtrxLink())
-        link->queueSeqItem(seqTask("vtrx.ptt.set", [link] { link->ptt.set(false); }));
+    const auto link = vtrxLink();
+    if (!link || !link->ptt.value())
+        return;
+    auto self = std::static_pointer_cast<JTModDemod>(shared_from_this());
+    const std::uint32_t number = transmissions_.load(std::memory_order_acquire);
+    link->queueSeqItem(seqTask("vtrx.ptt.set", [self, link, number] {
+        if (self->transmissions_.load(std::memory_order_acquire) == number)
+            link->ptt.set(false);
+    }));
 }
 
 double JTModDemod::frequencyOf(int symbol) const {
@@ -106,8 +121,8 @@ bool JTModDemod::nextSymbol() {
 
 // Frequency at this sample, with the steps to both neighbours smoothed by `table`.
 double JTModDemod::smoothed(std::span<const double> table, int position, int length) const {
-    const int half = length / 2;
-    const auto place = [&](int x) { return static_cast<double>(x) * kTableSpan / length; };
+    const std::int64_t half = length / 2;
+    const auto place = [&](std::int64_t x) { return static_cast<double>(x) * kTableSpan / length; };
     if (position >= half)
         return at(table, place(position - half)) * nextHz_ +
                at(table, place(half - 1 + symbolLeft_)) * curHz_;
@@ -118,17 +133,19 @@ double JTModDemod::smoothed(std::span<const double> table, int position, int len
 double JTModDemod::amplitude() const {
     const int taper = TaperSamples.value();
     const bool last = symbolIndex_ + 1 == static_cast<int>(tones_.size());
-    int place = -1;
+    std::int64_t place = -1;
     if (last && symbolLeft_ < taper)
         place = symbolLeft_;
     else if (txSamples_ < taper)
         place = txSamples_;
     if (place < 0)
         return kAmplitude;
-    return kAmplitude * (0.5 * std::cos(std::numbers::pi * (taper - place) / taper) + 0.5);
+    return kAmplitude * (0.5 * std::cos(std::numbers::pi * static_cast<double>(taper - place) / taper) + 0.5);
 }
 
 void JTModDemod::modulate(buff<std::complex<float>>, buff<std::complex<float>> out) {
+    if (dropTones_.exchange(false, std::memory_order_acq_rel))
+        tones_ = {};
     if (Message* message = outgoing_.exchange(nullptr, std::memory_order_acq_rel)) {
         tones_ = message->tones;
         symbolIndex_ = message->symbolIndex;
@@ -139,11 +156,17 @@ void JTModDemod::modulate(buff<std::complex<float>>, buff<std::complex<float>> o
     if (!Enabled.value() || tones_.empty()) {
         tones_ = {};
         std::fill(out.begin(), out.end(), std::complex<float>());
+        endTransmission(); // there is nothing to send
         return;
     }
     const double norm = std::hypot(phaseRe_, phaseIm_);
-    phaseRe_ /= norm;
-    phaseIm_ /= norm;
+    if (norm > 0 && std::isfinite(norm)) {
+        phaseRe_ /= norm;
+        phaseIm_ /= norm;
+    } else { // a tone that was no number
+        phaseRe_ = 1;
+        phaseIm_ = 0;
+    }
     const bool smooth = FreqDevTable.value() >= 1;
     const StepTable& table = tableFor(FreqDevTable.value());
     for (std::size_t i = 0; i < out.size(); ++i) {

@@ -8,6 +8,7 @@
 #include <complex>
 #include <cstddef>
 #include <memory>
+#include <utility>
 
 namespace ferrow {
 
@@ -31,14 +32,15 @@ public:
     bool empty() const noexcept { return size() == 0; }
     HwReceiver& operator[](std::size_t index) const noexcept { return *receivers_[index]; }
 
-    // The radio's context. Returns null when the list is full.
-    HwReceiver* append() {
+    // The radio's context. Takes a whole receiver, so that nobody sees half of one; false when the list is
+    // full.
+    bool append(std::unique_ptr<HwReceiver> receiver) {
         const std::size_t count = size();
         if (count == kCapacity)
-            return nullptr;
-        receivers_[count] = std::make_unique<HwReceiver>();
+            return false;
+        receivers_[count] = std::move(receiver);
         count_.store(count + 1, std::memory_order_release);
-        return receivers_[count].get();
+        return true;
     }
 
 private:

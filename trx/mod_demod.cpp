@@ -28,6 +28,15 @@ std::shared_ptr<vtrx> modDemod::vtrxLink() const {
 void modDemod::linkTo(const std::shared_ptr<vtrx>& transceiver) {
     const std::lock_guard lock(linkMutex_);
     link_ = transceiver;
+    linked_.store(transceiver.get(), std::memory_order_release);
+}
+
+void modDemod::unlinkFrom(const vtrx& transceiver) {
+    const std::lock_guard lock(linkMutex_);
+    if (!isLinkedTo(transceiver))
+        return;
+    link_.reset();
+    linked_.store(nullptr, std::memory_order_release);
 }
 
 buff<float> modDemod::realPart(const buff<std::complex<float>>& block) {

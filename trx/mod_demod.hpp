@@ -47,17 +47,45 @@ public:
     std::atomic<bool> bufferedTx{true};    // modulate is called with blocks of 512
     std::atomic<bool> minimumPhase{false}; // the receive filter is made minimum-phase
 
-    // The transceiver that runs this mode; null for none. Any thread.
+    // The transceiver that runs this mode: the last one that it was given to; null for none. Any thread.
     std::shared_ptr<vtrx> vtrxLink() const;
     void linkTo(const std::shared_ptr<vtrx>& transceiver);
+    // Ends the link unless another transceiver has taken the mode meanwhile.
+    void unlinkFrom(const vtrx& transceiver);
+
+    // Leave to call demodulate, or modulate, while it lives. Refused to a transceiver that has lost the mode
+    // to another one, and while that one is still inside. Takes no lock.
+    class Turn {
+    public:
+        Turn(std::atomic<bool>& busy, bool linked)
+            : busy_(linked && !busy.exchange(true, std::memory_order_acq_rel) ? &busy : nullptr) {}
+        Turn(const Turn&) = delete;
+        Turn& operator=(const Turn&) = delete;
+        ~Turn() {
+            if (busy_ != nullptr)
+                busy_->store(false, std::memory_order_release);
+        }
+        explicit operator bool() const noexcept { return busy_ != nullptr; }
+
+    private:
+        std::atomic<bool>* busy_;
+    };
+    Turn turnToReceive(const vtrx& transceiver) { return {receiveBusy_, isLinkedTo(transceiver)}; }
+    Turn turnToTransmit(const vtrx& transceiver) { return {transmitBusy_, isLinkedTo(transceiver)}; }
 
 protected:
     // A new block with the real parts of `block`.
     static buff<float> realPart(const buff<std::complex<float>>& block);
 
 private:
+    bool isLinkedTo(const vtrx& transceiver) const noexcept {
+        return linked_.load(std::memory_order_acquire) == &transceiver;
+    }
+
     mutable std::mutex linkMutex_;
     std::weak_ptr<vtrx> link_;
+    std::atomic<const vtrx*> linked_{nullptr}; // the same, for comparison only
+    std::atomic<bool> receiveBusy_{false}, transmitBusy_{false};
 };
 
 } // namespace ferrow

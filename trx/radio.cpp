@@ -1,15 +1,29 @@
 #include "trx/radio.hpp"
 
 #include "core/tasks/log.hpp"
+#include "trx/hertz.hpp"
 #include "trx/vtrx.hpp"
 
+#include <cmath>
 #include <utility>
 
 namespace ferrow {
 
+namespace {
+
+constexpr double kDefaultRatio = 0.95;
+constexpr double kLargestRatio = 2;
+constexpr int kMostBlocks = 2048; // of a chunk
+
+} // namespace
+
 Radio::Radio(const std::shared_ptr<syncTask>& context)
     : asyncObject(std::make_shared<syncTask>(context->pool())) {
-    ValidBandwidthRatio.changed = [this] { repack(); };
+    ValidBandwidthRatio.changed = [this] {
+        if (const double ratio = ValidBandwidthRatio.value(); !(ratio >= 0 && ratio <= kLargestRatio))
+            logError("Radio.ValidBandwidthRatio {} counts as {}", ratio, bandwidthRatio());
+        repack();
+    };
 }
 
 Radio::~Radio() = default;
@@ -20,19 +34,26 @@ void Radio::transmit(buff<std::complex<float>>) {}
 
 std::size_t Radio::chunkSize(int rate) noexcept {
     const int counted = rate == 2000000 ? 3072000 : rate;
-    return static_cast<std::size_t>(std::max(counted / 48000, 1)) * 512;
+    return static_cast<std::size_t>(std::clamp(counted / 48000, 1, kMostBlocks)) * 512;
 }
 
-HwReceiver* Radio::appendHwReceiver(long long frequency, int rate) {
-    HwReceiver* receiver = hwReceivers.append();
-    if (receiver == nullptr) {
-        logError("Radio has no room for another hardware receiver");
-        return nullptr;
-    }
+double Radio::bandwidthRatio() const noexcept {
+    const double ratio = ValidBandwidthRatio.value();
+    return std::isnan(ratio) ? kDefaultRatio : std::clamp(ratio, 0.0, kLargestRatio);
+}
+
+void Radio::appendHwReceiver(long long frequency, int rate) {
+    auto receiver = std::make_unique<HwReceiver>();
     receiver->frequency = frequency;
     receiver->rate = rate;
     receiver->chunk = buff<std::complex<float>>(512);
-    return receiver;
+    if (!hwReceivers.append(std::move(receiver)))
+        logError("Radio has no room for another hardware receiver");
+}
+
+bool Radio::holds(const vtrx& transceiver) const {
+    return std::any_of(vtrxs.begin(), vtrxs.end(),
+                       [&](const auto& entry) { return entry.get() == &transceiver; });
 }
 
 void Radio::addVtrx(long long frequency, int hint, int ownerId) {
@@ -85,7 +106,7 @@ void Radio::stop() {
 }
 
 void Radio::setPtt(vtrx& transceiver) {
-    if (!canTransmit.value())
+    if (!canTransmit.value() || !holds(transceiver))
         return;
     if (transceiver.ptt.value()) {
         txVtrx = &transceiver;
@@ -98,7 +119,7 @@ void Radio::setPtt(vtrx& transceiver) {
 void Radio::dealChunk(HwReceiver& receiver, std::size_t index) {
     const int rate = receiver.rate.load(std::memory_order_acquire);
     const long long frequency =
-        TransceiverOffset.value() + receiver.frequency.load(std::memory_order_acquire);
+        boundedHertz(TransceiverOffset.value()) + receiver.frequency.load(std::memory_order_acquire);
     const int adc = receiver.adc.load(std::memory_order_acquire);
     publishedVtrxs_.forEach([&](const std::shared_ptr<vtrx>& transceiver) {
         for (const auto& slot : transceiver->hwReceiverOfAdc) {

@@ -61,8 +61,12 @@ public:
 
     // What a vtrx posts here. The allocator finds a hardware receiver for `transceiver` at `frequency`
     // (logical, Hz) on every ADC of the bit mask, and retunes or adds receivers as needed.
+    // Both ignore a transceiver that has been removed.
     void setRxFrequency(long long frequency, vtrx& transceiver, int adcMask);
     void setPtt(vtrx& transceiver);
+
+    // ValidBandwidthRatio as the arithmetic takes it: 0 to 2, what is no number as the default. Any thread.
+    double bandwidthRatio() const noexcept;
 
     // The backend's receive thread, one at a time; must not block. `filler(destination, n)` writes exactly n
     // samples of the backend's stream; `count` samples are there for receiver `index`.
@@ -83,7 +87,8 @@ public:
         }
     }
 
-    // Samples of a chunk at `rate`: (rate / 48000) * 512, the rate 2000000 counting as 3072000.
+    // Samples of a chunk at `rate`: (rate / 48000) * 512, the rate 2000000 counting as 3072000. At least 512,
+    // and at most 2^20, which a rate beyond every radio's would exceed.
     static std::size_t chunkSize(int rate) noexcept;
 
     // In order of creation. Other threads see it through the published copy.
@@ -102,8 +107,8 @@ public:
     bool adcSwapAllowed = true;
 
 protected:
-    // Appends a receiver with its first chunk; null when there is no room.
-    HwReceiver* appendHwReceiver(long long frequency, int rate);
+    // Appends a receiver with its first chunk; without room that is logged.
+    void appendHwReceiver(long long frequency, int rate);
 
 private:
     struct Wanted {
@@ -112,7 +117,10 @@ private:
 
     void dealChunk(HwReceiver& receiver, std::size_t index);
     void publishVtrxs();
+    bool holds(const vtrx& transceiver) const;
+    long long hardwareHertz(long long frequency) const;
     void updateEdgeMargin();
+    long long usableWidth(const HwReceiver& receiver) const;
 
     void allocateOwnReceiver(vtrx& transceiver, long long wanted);
     int allocate(vtrx& transceiver, int adc, int adcMask, const Wanted& wanted);

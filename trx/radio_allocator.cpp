@@ -1,5 +1,6 @@
 // Which hardware receiver serves which transceiver on which ADC.
 
+#include "trx/hertz.hpp"
 #include "trx/radio.hpp"
 #include "trx/vtrx.hpp"
 
@@ -20,14 +21,22 @@ bool inMask(int mask, int adc) {
 
 void Radio::updateEdgeMargin() {
     const int rate = hwReceivers[0].rate;
-    edgeMargin = static_cast<int>((rate - rate * ValidBandwidthRatio.value()) / 2);
+    edgeMargin = static_cast<int>((rate - rate * bandwidthRatio()) / 2);
+}
+
+long long Radio::usableWidth(const HwReceiver& receiver) const {
+    return receiver.rate - 2LL * edgeMargin;
+}
+
+long long Radio::hardwareHertz(long long frequency) const {
+    return boundedHertz(frequency) - boundedHertz(TransceiverOffset.value());
 }
 
 void Radio::setRxFrequency(long long frequency, vtrx& transceiver, int adcMask) {
-    if (hwReceivers.empty())
+    if (hwReceivers.empty() || !holds(transceiver))
         return;
     updateEdgeMargin();
-    const long long centre = std::max(0LL, frequency - TransceiverOffset.value());
+    const long long centre = std::max(0LL, hardwareHertz(frequency));
     if (disableVirtualReceivers.value()) {
         allocateOwnReceiver(transceiver, centre);
         return;
@@ -107,7 +116,7 @@ int Radio::allocate(vtrx& transceiver, int adc, int adcMask, const Wanted& wante
 }
 
 bool Radio::covers(const HwReceiver& receiver, const Wanted& wanted) const {
-    const int half = receiver.rate / 2;
+    const long long half = receiver.rate / 2;
     return edgeMargin - half < wanted.low - receiver.frequency &&
            wanted.high - receiver.frequency < half - edgeMargin;
 }
@@ -136,12 +145,12 @@ bool Radio::retuneShared(const vtrx& transceiver, int adc, std::size_t index, co
     for (const auto& other : vtrxs) {
         if (other.get() == &transceiver || other->hwReceiverOfAdc[adc] != static_cast<int>(index))
             continue;
-        const long long centre = std::max(0LL, other->vfo.value() - TransceiverOffset.value());
-        low = std::min(low, other->filterLow - filterGuard + centre);
-        high = std::max(high, other->filterHigh + filterGuard + centre);
+        const long long centre = std::max(0LL, hardwareHertz(other->vfo.value()));
+        low = std::min(low, centre + other->filterLow - filterGuard);
+        high = std::max(high, centre + other->filterHigh + filterGuard);
     }
     HwReceiver& receiver = hwReceivers[index];
-    if (high - low >= receiver.rate - 2 * edgeMargin)
+    if (high - low >= usableWidth(receiver))
         return false;
     receiver.frequency = (low + high) / 2;
     return true;
@@ -157,30 +166,31 @@ void Radio::repack() {
 }
 
 void Radio::repack(int adc) {
-    const auto lowEdge = [](const std::shared_ptr<vtrx>& t) { return t->vfo.value() + t->filterLow; };
-    std::vector<std::shared_ptr<vtrx>> list;
-    for (const auto& transceiver : vtrxs)
-        if (transceiver->hwReceiverOfAdc[adc] != -1)
-            list.push_back(transceiver);
-    std::sort(list.begin(), list.end(),
-              [&](const auto& a, const auto& b) { return lowEdge(a) < lowEdge(b); });
+    // Taken once: the transceivers may be retuned meanwhile.
+    struct Entry {
+        vtrx* transceiver;
+        long long low, high; // edges of the filter with guards, hardware Hz
+    };
+    std::vector<Entry> list;
+    for (const auto& transceiver : vtrxs) {
+        if (transceiver->hwReceiverOfAdc[adc] == -1)
+            continue;
+        const long long centre = hardwareHertz(transceiver->vfo.value());
+        list.push_back({transceiver.get(), centre + transceiver->filterLow - filterGuard,
+                        centre + transceiver->filterHigh + filterGuard});
+    }
+    std::sort(list.begin(), list.end(), [](const Entry& a, const Entry& b) { return a.low < b.low; });
     auto next = list.begin();
     for (std::size_t i = 0; i < hwReceivers.size() && next != list.end(); ++i) {
         HwReceiver& receiver = hwReceivers[i];
         if (receiver.adc != adc)
             continue;
-        const auto offset = TransceiverOffset.value();
-        const long long low = lowEdge(*next) - offset - filterGuard;
-        const long long room = low + receiver.rate - 2 * edgeMargin;
-        const auto highEdge = [&](const vtrx& t) {
-            return t.vfo.value() + t.filterHigh - offset + filterGuard;
-        };
-        long long high = highEdge(**next);
-        (*next++)->hwReceiverOfAdc[adc] = static_cast<int>(i);
-        while (next != list.end() && highEdge(**next) <= room) {
-            high = std::max(high, highEdge(**next));
-            (*next++)->hwReceiverOfAdc[adc] = static_cast<int>(i);
-        }
+        const long long low = next->low;
+        long long high = next->high;
+        do {
+            high = std::max(high, next->high);
+            (next++)->transceiver->hwReceiverOfAdc[adc] = static_cast<int>(i);
+        } while (next != list.end() && next->high <= low + usableWidth(receiver));
         receiver.frequency = (low + high) / 2;
     }
 }

@@ -159,6 +159,7 @@ private:
 
     // Transmit.
     void readMicrophone(std::span<float> block);
+    void modulate(const Samples& in, const Samples& out);
     void envelope(const Samples& out);
 
     ferrow::audioOutput audioOut_;

@@ -1,6 +1,7 @@
 #include "core/audio/audio_provider.hpp"
 #include "trx/dsp/bandpass_design.hpp"
 #include "trx/dsp/window.hpp"
+#include "trx/hertz.hpp"
 #include "trx/radio.hpp"
 #include "trx/vtrx.hpp"
 
@@ -30,7 +31,7 @@ void vtrx::create() {
     audioInput.set(devices.defaultInput);
     updateSpecFreq();
     bindHandlers();
-    specCentre_ = specFreq.value();
+    specCentre_ = boundedHertz(specFreq.value());
 }
 
 void vtrx::bindHandlers() {
@@ -54,7 +55,7 @@ void vtrx::bindHandlers() {
 }
 
 void vtrx::updateSpecFreq() {
-    specFreq.set(vfo.value() + specOffset.value());
+    specFreq.set(boundedHertz(vfo.value()) + boundedHertz(specOffset.value()));
 }
 
 void vtrx::openOutput() {
@@ -102,7 +103,7 @@ void vtrx::setRxFrequency(long long frequency) {
 
 void vtrx::setModulation(std::shared_ptr<modDemod> mode) {
     if (mode_)
-        mode_->linkTo(nullptr);
+        mode_->unlinkFrom(*this);
     mode_ = std::move(mode);
     if (!mode_)
         return;

@@ -1,4 +1,5 @@
 #include "core/buff/buff_math.hpp"
+#include "trx/hertz.hpp"
 #include "trx/radio.hpp"
 #include "trx/vtrx.hpp"
 
@@ -14,6 +15,11 @@ constexpr int kLevelBlocks = 16;        // the level is taken when the counter s
 constexpr double kOutOfBandStep = 3.14; // radians a sample: beyond this the chunk does not hold the frequency
 constexpr int kMuteBlocks = 50;         // after a transmission, and before one
 constexpr int kFrozenBlocks = 21;       // the last of them are audible, with frozen gain
+
+// A transceiver that no radio made has no gains.
+buff<float> passed(const std::shared_ptr<agc>& gain, buff<float> audio, bool hold, float level) {
+    return gain ? gain->process(std::move(audio), hold, true, level) : audio;
+}
 
 } // namespace
 
@@ -45,8 +51,8 @@ void vtrx::processRxChunk(Samples iq, long long rxFrequency, int rate, buff<floa
     }
     bandwidthSufficient.set(true);
     prepareResampler(ratio);
-    const double step =
-        2 * std::numbers::pi * static_cast<double>(rxFrequency - vfo.value()) / static_cast<double>(rate);
+    const double step = 2 * std::numbers::pi * static_cast<double>(rxFrequency - boundedHertz(vfo.value())) /
+                        static_cast<double>(rate);
     std::size_t consumed = 0;
     while (consumed < iq.size()) {
         consumed += feedFilter(step, ratio, iq, consumed);
@@ -135,6 +141,9 @@ void vtrx::processBlock(double step) {
     micPeak_ = std::max(micPeak_, static_cast<double>(micIn_.peak()));
     if (levelBlockCount_++ > kLevelBlocks)
         updateLevels();
+    const modDemod::Turn turn = mode_->turnToReceive(*this);
+    if (!turn)
+        return;
     buff<float> audio = mode_->demodulate(block);
     if (audio.empty())
         return;
@@ -158,18 +167,18 @@ bool vtrx::tuningIsValid() const {
     const auto owner = radio.lock();
     if (!owner)
         return false;
+    const long long tuned = boundedHertz(vfo.value());
     for (const auto& slot : hwReceiverOfAdc) {
         const int index = slot.load(std::memory_order_acquire);
         if (index == -1)
             continue;
         if (index < 0 || static_cast<std::size_t>(index) >= owner->hwReceivers.size())
             return false;
-        const long long centre =
-            owner->hwReceivers[static_cast<std::size_t>(index)].frequency + owner->TransceiverOffset.value();
-        const auto half =
-            static_cast<long long>(owner->hwReceivers[0].rate * owner->ValidBandwidthRatio.value() * 0.5);
-        if (centre - half > vfo.value() + filterLow - Radio::filterGuard ||
-            vfo.value() + filterHigh + Radio::filterGuard > centre + half)
+        const long long centre = owner->hwReceivers[static_cast<std::size_t>(index)].frequency +
+                                 boundedHertz(owner->TransceiverOffset.value());
+        const auto half = static_cast<long long>(owner->hwReceivers[0].rate * owner->bandwidthRatio() * 0.5);
+        if (centre - half > tuned + filterLow - Radio::filterGuard ||
+            tuned + filterHigh + Radio::filterGuard > centre + half)
             return false;
     }
     return true;
@@ -182,7 +191,7 @@ void vtrx::playReceived(buff<float> audio, bool stereo) {
     txMuteBlocks_ = kMuteBlocks;
     const auto level = static_cast<float>(signalStrength.value());
     const auto& gain = rxMuteBlocks_ < kFrozenBlocks ? rxagc.value() : txagc.value();
-    const buff<float> out = gain ? gain->process(std::move(audio), muting, true, level) : std::move(audio);
+    const buff<float> out = passed(gain, std::move(audio), muting, level);
     audioOut_.write(out, useResampler.value(), stereo);
     if (SendAudio.value() && newAudio.bound()) {
         buff<float> copy(out.size());
@@ -197,8 +206,7 @@ void vtrx::playTransmitting(buff<float> audio, bool stereo) {
     if (hold)
         --txMuteBlocks_;
     const auto level = static_cast<float>(signalStrength.value());
-    audioOut_.write(txagc.value()->process(std::move(audio), hold, true, level), useResampler.value(),
-                    stereo);
+    audioOut_.write(passed(txagc.value(), std::move(audio), hold, level), useResampler.value(), stereo);
     rxMuteBlocks_ = kMuteBlocks;
 }
 
@@ -216,7 +224,7 @@ void vtrx::checkVox(double seconds) {
         return;
     }
     voxHoldLeft_ -= seconds;
-    if (voxHoldLeft_ <= 0)
+    if (!(voxHoldLeft_ > 0)) // also when VoxHold is no number
         ptt.set(false);
 }
 

@@ -1,6 +1,7 @@
 #include "core/buff/buff_math.hpp"
 #include "core/fft/fft.hpp"
 #include "trx/dsp/window.hpp"
+#include "trx/hertz.hpp"
 #include "trx/vtrx.hpp"
 
 #include <algorithm>
@@ -69,17 +70,17 @@ void vtrx::processRxSpectrumChunk(const Samples& iq, long long rxFrequency, int 
         const std::span<std::complex<float>> target(specBuffer_.data() + filled, free);
         const std::span<const std::complex<float>> source(iq.data() + consumed, n);
         if (pass.decimation > 1) {
-            m = n / decimation;
             const double step = 2 * std::numbers::pi * static_cast<double>(rxFrequency - specCentre_) /
                                 static_cast<double>(rate);
-            specMixer_.process(step, pass.decimation, source.first(m * decimation), target);
+            // What is no whole multiple of the decimation waits in the mixer for the next chunk.
+            m = specMixer_.process(step, pass.decimation, source, target);
             if (std::abs(step) < kOutOfBandStep)
                 pass.blockCentre = specCentre_;
             pass.rate = rate / pass.decimation;
         } else {
             std::copy(source.begin(), source.end(), target.begin());
         }
-        if (m == 0 || n == 0) {
+        if (n == 0) {
             std::fprintf(stderr, "%g %zu %zu ############\n", pass.zoom, free, n);
             specPos_ = 0;
             break;
@@ -104,7 +105,7 @@ void vtrx::spectrumFrame(SpectrumPass& pass, buff<float>& wide, double wideSpan)
 
     if (pass.zoom >= 1 || wide.size() != kSpectrum || !(wideSpan > 0))
         wide = {};
-    const int halfRate = pass.rate / 2;
+    const int halfRate = std::max(pass.rate / 2, 1);
     const bool widened = pass.zoom < 1 && !wide.empty();
     const double half = widened ? halfRate / pass.zoom : halfRate;
     pass.low = static_cast<double>(specCentre_) - half;
@@ -150,7 +151,7 @@ void vtrx::spectrumFrame(SpectrumPass& pass, buff<float>& wide, double wideSpan)
         log10Into(out, frame);
         newSpectrum.sendRender(frame, pass.low, pass.high, pass.rate);
     }
-    specCentre_ = specFreq.value();
+    specCentre_ = boundedHertz(specFreq.value());
 
     specPos_ = 0;
     if (pass.overlap > 1) {

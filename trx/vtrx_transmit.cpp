@@ -55,6 +55,13 @@ void vtrx::readMicrophone(std::span<float> block) {
         micIn_.read(block);
         return;
     }
+    const auto wrap = [&] {
+        if (delayLine_.size() - static_cast<std::size_t>(delayPos_) >= block.size())
+            return;
+        delayFilled_ = true;
+        delayPos_ = 0;
+    };
+    wrap(); // blocks change their size with the mode and with tune
     if (!delayFilled_)
         micIn_.read(block);
     const auto position = static_cast<std::size_t>(delayPos_);
@@ -65,10 +72,14 @@ void vtrx::readMicrophone(std::span<float> block) {
             delayLine_[position + i] = block[i];
     }
     delayPos_ += static_cast<long>(block.size());
-    if (delayLine_.size() - static_cast<std::size_t>(delayPos_) < block.size()) {
-        delayFilled_ = true;
-        delayPos_ = 0;
-    }
+    wrap();
+}
+
+void vtrx::modulate(const Samples& in, const Samples& out) {
+    if (const modDemod::Turn turn = mode_->turnToTransmit(*this))
+        mode_->modulate(in, out);
+    else
+        std::fill(out.begin(), out.end(), std::complex<float>());
 }
 
 void vtrx::produceTxChunk() {
@@ -85,7 +96,7 @@ void vtrx::produceTxChunk() {
         } else {
             const Samples in = txIn_.slice(0, kTxChunk);
             toComplex(microphone, in);
-            mode_->modulate(in, out);
+            modulate(in, out);
         }
     } else if (mode_) {
         const bool filtered = mode_->useTxFilter;
@@ -96,7 +107,7 @@ void vtrx::produceTxChunk() {
                 const std::span<float> microphone(txMicrophone_.data(), kBlock);
                 readMicrophone(microphone);
                 toComplex(microphone, txIn_);
-                mode_->modulate(txIn_, txFilter_.input);
+                modulate(txIn_, txFilter_.input);
                 if (filtered)
                     txFilter_.run();
                 txReadPos_ = 0;
@@ -111,7 +122,7 @@ void vtrx::produceTxChunk() {
     envelope(out);
     if (const auto owner = radio.lock())
         owner->queueSeqItem(seqTask("radio.transmit", [owner, out] { owner->transmit(out); }));
-    if (stopRamp_.active && stopRamp_.count < kUnkeyAt) {
+    if (transmitting_ && stopRamp_.active && stopRamp_.count < kUnkeyAt) {
         postPtt();
         transmitting_ = false;
     }
@@ -130,7 +141,9 @@ void vtrx::envelope(const Samples& out) {
         }
     } else if (stopRamp_.active) {
         for (auto& sample : out) {
-            const int c = stopRamp_.count--;
+            const int c = stopRamp_.count;
+            if (c >= kUnkeyAt) // no further: a mode may be pulled for days after its transmission
+                --stopRamp_.count;
             if (c < 1)
                 sample = 0;
             else if (c <= stopRamp_.length)

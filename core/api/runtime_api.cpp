@@ -3,9 +3,19 @@
 
 #include <ferrowcore/runtime.h>
 
+namespace {
+
+// The transforms of the filters and of the spectrum: a chunk then never waits for the planner.
+void prepareWorker() {
+    ferrow::fft::prepare(1024);
+    ferrow::fft::prepare(2048);
+}
+
+} // namespace
+
 extern "C" {
 
-void init(const char* path, int mode) { ferrow::initRuntime(path, mode); }
+void init(const char* path, int mode) { ferrow::initRuntime(path, mode, prepareWorker); }
 void getUpdates(void) { ferrow::pumpUpdates(); }
 void getRenderUpdates(void) { ferrow::pumpRenderUpdates(); }
 

@@ -6,7 +6,6 @@
 #include "core/async/listener.hpp"
 #include "core/tasks/log.hpp"
 
-#include <atomic>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -44,22 +43,31 @@ public:
 
     // The owner's context: appends and tells the host.
     void add(std::shared_ptr<C> item) {
+        Callback callback = nullptr;
+        asyncObject* owner = nullptr;
         {
             const std::lock_guard lock(mutex_);
             items_.push_back(item);
+            callback = callback_;
+            owner = owner_;
         }
         changed();
-        if (const Callback callback = callback_.load(std::memory_order_acquire))
-            sendAppend(callback, owner_.load(std::memory_order_relaxed), std::move(item));
+        if (callback != nullptr)
+            sendAppend(callback, owner, std::move(item));
     }
 
-    // Host's thread. Null unbinds. The items now in the list are told to the new callback, in order.
+    // Host's thread. Null unbinds. The items now in the list are told to the new callback, in order; one that
+    // is added at this moment is told once.
     void bind(Callback callback, asyncObject* owner) {
-        owner_.store(owner, std::memory_order_relaxed);
-        callback_.store(callback, std::memory_order_release);
-        if (callback == nullptr)
-            return;
-        for (auto& item : copy())
+        std::vector<std::shared_ptr<C>> present;
+        {
+            const std::lock_guard lock(mutex_);
+            callback_ = callback;
+            owner_ = owner;
+            if (callback != nullptr)
+                present = items_;
+        }
+        for (auto& item : present)
             if (item)
                 sendAppend(callback, owner, std::move(item));
     }
@@ -115,9 +123,9 @@ private:
     }
 
     std::vector<std::shared_ptr<C>> items_;
-    mutable std::mutex mutex_; // held by writers, and by readers that are not on the owner's context
-    std::atomic<Callback> callback_{nullptr};
-    std::atomic<asyncObject*> owner_{nullptr};
+    mutable std::mutex mutex_;    // held by writers, and by readers that are not on the owner's context
+    Callback callback_ = nullptr; // both under the mutex
+    asyncObject* owner_ = nullptr;
 };
 
 // A list whose contents the host stores and hands back; the core fills it with defaults only when it is

@@ -83,9 +83,10 @@ public:
         changed();
         if (!notify)
             return;
-        if (const Callback callback = callback_.load(std::memory_order_acquire))
+        // Either this sees the callback of a bind at the same moment, or that bind sees the property valid.
+        valid_.store(true, std::memory_order_seq_cst);
+        if (const Callback callback = callback_.load(std::memory_order_seq_cst))
             notifyHost(callback, owner_.load(std::memory_order_relaxed));
-        valid_.store(true, std::memory_order_release);
     }
 
     // The owner's context, for a value that the host wrote: it already knows it. An object given so counts as
@@ -99,8 +100,8 @@ public:
     // Host's thread. Null unbinds. A valid value is told to the new callback once, by the next pump.
     void bind(Callback callback, asyncObject* owner) {
         owner_.store(owner, std::memory_order_relaxed);
-        callback_.store(callback, std::memory_order_release);
-        if (callback != nullptr && valid())
+        callback_.store(callback, std::memory_order_seq_cst);
+        if (callback != nullptr && valid_.load(std::memory_order_seq_cst))
             notifyHost(callback, owner);
     }
 

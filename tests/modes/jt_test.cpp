@@ -479,6 +479,158 @@ TEST_F(JtTransmit, PlainTonesHaveTheirFrequencyAndLevel) {
     EXPECT_EQ(out[3 * 4800], std::complex<float>());
 }
 
+TEST_F(JtTransmit, ALateMessageClearsTheActiveTones) {
+    small(4096);
+    mode->samplesPerSymbol.set(48000);
+    now100ns = at(12, 0, 15, 0);
+    block();
+    queue(tones({10, 20}), 3, msOfHour(0, 15));
+    block();
+    ASSERT_TRUE(t->ptt.value());
+    Samples chunk(512);
+    on(*t, [&] { mode->modulate(chunk, chunk); });
+    EXPECT_NE(chunk[100], std::complex<float>());
+    on(*t, [&] { t->ptt.setFromHost(false); });
+    mode->period.set(1500); // anything is too late now
+    queue(tones({10, 20}), 3, msOfHour(0, 15));
+    block();
+    EXPECT_FALSE(t->ptt.value());
+    on(*t, [&] { mode->modulate(chunk, chunk); });
+    EXPECT_EQ(chunk[100], std::complex<float>());
+}
+
+TEST_F(JtTransmit, AMessageBeforeTheFirstPeriodWaitsForIt) {
+    small(512);
+    now100ns = at(12, 0, 7, 0);
+    queue(tones({0, 1}), 3, msOfHour(0, 3));
+    block();
+    EXPECT_FALSE(t->ptt.value()) << "the clock is past the start, and no capture tells how far";
+    queue(tones({0, 1}), 3, msOfHour(0, 15));
+    block();
+    EXPECT_FALSE(t->ptt.value());
+    now100ns = at(12, 0, 15, 0);
+    block();
+    EXPECT_TRUE(t->ptt.value());
+}
+
+TEST_F(JtTransmit, ADisabledModeNeverKeys) {
+    small(512);
+    now100ns = at(12, 0, 15, 0);
+    block();
+    on(*mode, [&] { mode->Enabled.setFromHost(false); });
+    queue(tones({0, 1}), 3, msOfHour(0, 20));
+    block();
+    EXPECT_FALSE(t->ptt.value());
+    on(*mode, [&] { mode->Enabled.setFromHost(true); });
+    now100ns = at(12, 0, 20, 0);
+    block();
+    EXPECT_FALSE(t->ptt.value()) << "the rest of this period is not known";
+}
+
+TEST_F(JtTransmit, DisablingEndsTheTransmission) {
+    small(512);
+    now100ns = at(12, 0, 15, 0);
+    block();
+    queue(tones({0, 1}), 3, msOfHour(0, 20));
+    block();
+    ASSERT_TRUE(t->ptt.value());
+    on(*mode, [&] { mode->Enabled.setFromHost(false); });
+    test::settle(t->context());
+    EXPECT_FALSE(t->ptt.value());
+}
+
+TEST_F(JtTransmit, PttWithNothingToSendEndsByItself) {
+    now100ns = at(12, 0, 7, 0);
+    on(*t, [&] {
+        t->ptt.setFromHost(true);
+        Samples chunk(512, 9.0f);
+        mode->modulate(chunk, chunk);
+        EXPECT_EQ(chunk[0], std::complex<float>());
+    });
+    test::settle(t->context());
+    EXPECT_FALSE(t->ptt.value());
+}
+
+TEST_F(JtTransmit, TheEndOfOneTransmissionDoesNotEndTheNext) {
+    small(4096);
+    mode->samplesPerSymbol.set(100);
+    now100ns = at(12, 0, 15, 0);
+    block();
+    queue(tones({1}), 3, msOfHour(0, 15));
+    block();
+    ASSERT_TRUE(t->ptt.value());
+    mode->queueMsg(tones({1}), 4, msOfHour(0, 15));
+    on(*t, [&] {
+        Samples chunk(512, 9.0f);
+        mode->modulate(chunk, chunk); // its end is now on its way
+        t->ptt.setFromHost(false);
+        mode->demodulate(Samples(512, 0.1f)); // the next one starts
+    });
+    test::settle(t->context());
+    EXPECT_TRUE(t->ptt.value());
+}
+
+TEST_F(JtTransmit, AToneThatIsNoNumberDoesNotSilenceTheNextMessage) {
+    small(4096);
+    mode->samplesPerSymbol.set(512);
+    now100ns = at(12, 0, 15, 0);
+    block();
+    Samples chunk(1024);
+    for (const float tone : {std::nanf(""), 5.0f}) {
+        queue(tones({tone}), 3, msOfHour(0, 15));
+        block();
+        on(*t, [&] { mode->modulate(chunk, chunk); });
+        test::settle(t->context());
+    }
+    mode->samplesPerSymbol.set(7680);
+    queue(tones({5}), 3, msOfHour(0, 15));
+    block();
+    on(*t, [&] { mode->modulate(chunk, chunk); });
+    EXPECT_NEAR(std::abs(chunk[100]), 0.98, 1e-4);
+}
+
+TEST_F(JtTransmit, AbsurdNumbersAreHarmless) {
+    constexpr int least = std::numeric_limits<int>::min(), most = std::numeric_limits<int>::max();
+    small(4096);
+    for (const int absurd : {least, most, -1, 0, 1}) {
+        mode->samplesPerSymbol.set(absurd);
+        mode->StartDelaySamples.set(absurd == least ? most : -absurd);
+        mode->TaperSamples.set(absurd);
+        mode->FreqDevTable.set(absurd);
+        mode->Decimation.set(absurd);
+        mode->endPadding.set(absurd);
+        mode->txFreq.set(absurd);
+        mode->toneSpacing.set(absurd < 0 ? std::numeric_limits<double>::infinity() : 1e300);
+        for (const int period : {least, most, -2000000000, 499, 2000000000, 15000}) {
+            mode->period.set(period);
+            now100ns = at(12, 59, 59, 0);
+            block();
+            now100ns = at(12, 0, 0, 0);
+            block();
+            for (const int start : {0, least, most, msOfHour(0, 0)}) {
+                queue(tones({0, std::nanf(""), 1e30f}), absurd, start);
+                block();
+                Samples chunk(512);
+                on(*t, [&] { mode->modulate(chunk, chunk); });
+            }
+            on(*t, [&] { t->ptt.setFromHost(false); });
+        }
+        mode->StartDelaySamples.set(least);
+    }
+}
+
+TEST_F(Jt, AnAbsurdBlockLengthIsLoggedAndBounded) {
+    mode->samplesPerBlock.set(std::numeric_limits<int>::max());
+    now100ns = at(12, 0, 0, 0);
+    block();
+    EXPECT_TRUE(runtime.logged("JTModDemod.samplesPerBlock 2147483647 counts as 33554432"));
+    mode->samplesPerBlock.set(-1);
+    on(*mode, [&] { mode->Enabled.setFromHost(false); });
+    on(*mode, [&] { mode->Enabled.setFromHost(true); });
+    block();
+    EXPECT_FALSE(nextFile().empty());
+}
+
 TEST_F(JtTransmit, ASecondMessageReplacesTheFirst) {
     small(512);
     now100ns = at(12, 0, 15, 0);

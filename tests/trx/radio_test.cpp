@@ -325,6 +325,92 @@ TEST_F(RadioTest, RemovingTheTransmitterEndsTheTransmission) {
     EXPECT_EQ(radio->txVtrx, nullptr);
 }
 
+TEST_F(RadioTest, ARemovedTransceiverNeitherKeysNorRetunes) {
+    on(*radio, [&] { radio->canTransmit.set(true, false); });
+    const auto a = addVtrx(14100000), b = addVtrx(14110000);
+    on(*radio, [&] { radio->removeVtrx(a); });
+    const long long before = rx(0).frequency;
+    retune(a, 14180000);
+    EXPECT_EQ(rx(0).frequency, before);
+    on(*a, [&] { a->ptt.set(true); });
+    test::settle(radio->context());
+    EXPECT_FALSE(radio->ptt.value());
+    EXPECT_EQ(radio->txVtrx, b.get());
+    on(*b, [&] { b->ptt.set(true); });
+    on(*a, [&] { a->ptt.set(false); });
+    test::settle(radio->context());
+    EXPECT_TRUE(radio->ptt.value()) << "it does not unkey another either";
+}
+
+TEST_F(RadioTest, AbsurdBandwidthRatiosAreLoggedAndBounded) {
+    const auto t = addVtrx(14100000);
+    on(*radio, [&] { radio->ValidBandwidthRatio.setFromHost(std::nan("")); });
+    EXPECT_EQ(radio->edgeMargin, 4800) << "as with the default of 0.95";
+    EXPECT_TRUE(runtime.logged("Radio.ValidBandwidthRatio nan counts as 0.95"));
+    on(*radio, [&] { radio->ValidBandwidthRatio.setFromHost(-1e300); });
+    EXPECT_EQ(radio->edgeMargin, 96000);
+    on(*radio, [&] { radio->ValidBandwidthRatio.setFromHost(std::numeric_limits<double>::infinity()); });
+    EXPECT_EQ(radio->edgeMargin, -96000);
+    on(*radio, [&] { radio->ValidBandwidthRatio.setFromHost(0.95); });
+    EXPECT_EQ(radio->edgeMargin, 4800);
+    EXPECT_EQ(receiverOf(t), 0);
+}
+
+TEST_F(RadioTest, AbsurdFrequenciesAndFiltersAreHarmless) {
+    constexpr long long least = std::numeric_limits<long long>::min();
+    constexpr long long most = std::numeric_limits<long long>::max();
+    on(*radio, [&] { radio->maxHwReceivers.set(2, false); });
+    const auto a = addVtrx(14100000), b = addVtrx(14150000);
+    for (const long long offset : {0LL, least, most})
+        for (const long long frequency : {least, most, -1LL, 14100000LL}) {
+            on(*radio, [&] { radio->TransceiverOffset.setFromHost(offset); });
+            on(*a, [&] {
+                a->setRxFilter(std::numeric_limits<int>::min(), std::numeric_limits<int>::max());
+                a->specOffset.setFromHost(frequency);
+                a->vfo.setFromHost(frequency);
+                a->setRxFrequency(frequency);
+            });
+            on(*b, [&] { b->vfo.setFromHost(14100000); });
+            on(*radio, [&] {
+                radio->ValidBandwidthRatio.setFromHost(radio->ValidBandwidthRatio.value() / 2);
+                radio->deliverSamples(
+                    [](std::complex<float>* to, std::size_t n) { std::fill_n(to, n, 1.0f); }, 2048, 0);
+            });
+            test::settle(a->context());
+            test::settle(b->context());
+        }
+    on(*radio, [&] {
+        radio->TransceiverOffset.setFromHost(0);
+        radio->ValidBandwidthRatio.setFromHost(0.95);
+    });
+    on(*a, [&] { a->setRxFilter(300, 2700); });
+    on(*radio, [&] { radio->removeVtrx(b); });
+    retune(a, 7000000);
+    EXPECT_EQ(rx(static_cast<std::size_t>(receiverOf(a))).frequency, 7000000) << "and all is well again";
+}
+
+TEST_F(RadioTest, AnAbsurdRateTakesNoMachineFullOfMemory) {
+    EXPECT_EQ(Radio::chunkSize(std::numeric_limits<int>::max()), std::size_t{1} << 20);
+    EXPECT_EQ(Radio::chunkSize(std::numeric_limits<int>::min()), 512u);
+    EXPECT_EQ(Radio::chunkSize(0), 512u);
+}
+
+TEST_F(RadioTest, TransceiversRetunedDuringARepackAreHarmless) {
+    std::vector<std::shared_ptr<vtrx>> all;
+    for (int i = 0; i < 40; ++i)
+        all.push_back(addVtrx(14000000 + i * 1000));
+    std::atomic<bool> leave{false};
+    std::thread tuner([&] {
+        for (long long f = 0; !leave; f += 7919)
+            for (const auto& t : all)
+                t->vfo.set(14000000 + (f += 104729) % 200000, false);
+    });
+    for (int i = 0; i < 200; ++i)
+        on(*radio, [&] { radio->ValidBandwidthRatio.set(0.5 + 0.002 * i); });
+    leave = true;
+    tuner.join();
+}
+
 TEST_F(RadioTest, HandlesMayGoInAnyOrder) {
     auto t = addVtrx(14100000);
     std::weak_ptr<FakeRadio> gone = radio;

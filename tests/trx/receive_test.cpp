@@ -396,6 +396,53 @@ TEST_F(Receive, AModeMayReturnNothingOrAnySize) {
     }
 }
 
+TEST_F(Receive, SamplesThatAreNoNumbersDoNotSilenceAmForEver) {
+    auto t = hear(kCentre, std::make_shared<amModDemod>(rootSyncTask), -3000, 3000);
+    feed(*t, Samples(512, std::nanf("")), kCentre, 48000);
+    Carrier carrier(500, 48000, 0.3);
+    for (int i = 0; i < 10; ++i)
+        feed(*t, carrier.next(512), kCentre, 48000);
+    pumpUpdates();
+    EXPECT_TRUE(std::isfinite(heard.back()));
+}
+
+TEST_F(Receive, AModeServesTheLastTransceiverThatItWasGivenTo) {
+    auto mode = std::make_shared<ProbeMode>(rootSyncTask);
+    auto a = listen(kCentre, mode), b = listen(kCentre, mode);
+    EXPECT_EQ(mode->vtrxLink(), b);
+    feed(*a, Samples(512, 0.0f), kCentre, 48000);
+    EXPECT_EQ(mode->blocks, 0);
+    on(*a, [&] { a->setModulation(nullptr); });
+    EXPECT_EQ(mode->vtrxLink(), b) << "the first one's farewell does not touch the second";
+    feed(*b, Samples(512, 0.0f), kCentre, 48000);
+    EXPECT_EQ(mode->blocks, 1);
+}
+
+TEST_F(Receive, AModeOfTwoTransceiversIsNeverEnteredTwice) {
+    struct Counting : ProbeMode {
+        using ProbeMode::ProbeMode;
+        std::atomic<int> inside{0}, worst{0};
+        buff<float> demodulate(buff<std::complex<float>>) override {
+            if (++inside > 1)
+                worst = 2;
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+            --inside;
+            return {};
+        }
+    };
+    auto mode = std::make_shared<Counting>(rootSyncTask);
+    auto a = listen(kCentre, mode), b = listen(kCentre, mode);
+    for (int i = 0; i < 100; ++i)
+        for (const auto& t : {a, b}) {
+            t->queueSeqItem(seqTask("take", [t, mode] { t->setModulation(mode); }));
+            t->queueSeqItem(
+                seqTask("chunk", [t] { t->processRxChunk(Samples(1024, 0.0f), kCentre, 48000, {}, 0, 0); }));
+        }
+    test::settle(a->context());
+    test::settle(b->context());
+    EXPECT_EQ(mode->worst, 0);
+}
+
 TEST_F(Receive, AStoppedTransceiverDropsItsChunks) {
     auto mode = std::make_shared<ProbeMode>(rootSyncTask);
     auto t = listen(kCentre, mode);

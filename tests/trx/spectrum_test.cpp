@@ -260,6 +260,31 @@ TEST_F(Spectrum, AZoomBelowOneWithoutWideDataSpansTheRate) {
     EXPECT_NEAR(frames.back().frequencyOf(frames.back().strongest()), kCentre - 7000, 48000.0 / 2048);
 }
 
+TEST_F(Spectrum, AChunkThatIsNoMultipleOfTheZoomLosesNothing) {
+    on(*t, [&] {
+        t->specZoom.setFromHost(4096);
+        t->foregroundDisplay.setFromHost(false); // frames that do not overlap
+    });
+    const std::size_t chunk = Radio::chunkSize(8000000); // 20.75 x 4096
+    Carrier carrier(100, 8000000);
+    for (int i = 0; i < 160; ++i) // 50 until the background looks, and 98.7
+        feed(*t, carrier.next(chunk), kCentre, 8000000);
+    pumpRenderUpdates();
+    ASSERT_EQ(frames.size(), 1u);
+    const Frame& frame = frames.back();
+    EXPECT_EQ(frame.rate, 8000000 / 4096);
+    EXPECT_NEAR(frame.frequencyOf(frame.strongest()), kCentre + 100, 8e6 / 4096 / 2048 * 2);
+}
+
+TEST_F(Spectrum, ARateOfOneIsHarmless) {
+    for (int i = 0; i < 9; ++i)
+        feed(*t, Samples(512, 1.0f), kCentre, 1);
+    pumpRenderUpdates();
+    EXPECT_FALSE(frames.empty());
+    for (const Frame& frame : frames)
+        EXPECT_EQ(frame.high - frame.low, 2);
+}
+
 TEST_F(Spectrum, ASlowPumpLosesFramesAndNothingElse) {
     Carrier carrier(0, 48000);
     for (int i = 0; i < 4 * 300; ++i)

@@ -232,6 +232,30 @@ TEST_F(Async, ListOperationsOfTheHost) {
     EXPECT_EQ(changes, 0);
 }
 
+TEST_F(Async, ABindAtTheMomentOfTheFirstSetMissesNothing) {
+    for (int round = 0; round < 2000; ++round) {
+        auto fresh = std::make_shared<Thing>(rootSyncTask);
+        std::atomic<bool> go{false}, set{false};
+        fresh->queueSeqItem(seqTask("set", [&] {
+            while (!go) {
+            }
+            fresh->number.set(6);
+            fresh->list.add(std::make_shared<ValueLabelItem>(rootSyncTask, 6, "six"));
+            set = true;
+        }));
+        go = true;
+        fresh->number.bind(onInt, fresh.get());
+        fresh->list.bind(onItem, fresh.get());
+        ASSERT_TRUE(test::waitFor([&] { return set.load(); }));
+        pumpUpdates();
+        ASSERT_FALSE(ints.empty()) << round;
+        ASSERT_EQ(handles.size(), 1u) << round;
+        releaseHandle(handles[0]);
+        handles.clear();
+        ints.clear();
+    }
+}
+
 TEST_F(Async, CoreAddsAreTold) {
     thing->list.bind(onItem, thing.get());
     onContext([&] { thing->list.add(std::make_shared<ValueLabelItem>(rootSyncTask, 4, "four")); });
