@@ -125,6 +125,7 @@ private:
             const auto dial = std::llround(station.frequency);
             Transceiver& one = session.add(dial);
             recordSlots(one, mode, recordings.subfolder(kind), decoder);
+            (mode == SlotMode::Ft8 ? ft8Gate_ : ft4Gate_).add(one);
             if (mode == SlotMode::Ft8)
                 watchFt8(one);
             return; // one dial for all of them
@@ -133,7 +134,7 @@ private:
 
     void watchFt8(Transceiver& transceiver) {
         const auto dial = static_cast<double>(transceiver.vfo());
-        ft8Watcher_ = std::make_unique<Watcher>(fmt::format("FT8 ON {} MHZ", dial / 1e6), dial + kFt8Low,
+        ft8Watcher_ = std::make_unique<Watcher>(fmt::format("FT8 AT {} MHZ", dial / 1e6), dial + kFt8Low,
                                                 dial + kFt8High);
         ft8Watcher_->panel.setMarks(marksWhere([](const SceneStation& one) { return one.kind == "ft8"; }));
         ft8Watcher_->centre.store(dial + kFt8Centre, std::memory_order_release);
@@ -185,7 +186,8 @@ private:
                 high = std::max(high, station.frequency);
             }
         }
-        watcher = std::make_unique<Watcher>(upperBand ? "20 M" : "40 M", low - kMargin, high + kMargin);
+        watcher = std::make_unique<Watcher>(upperBand ? "20 M BAND, MHZ" : "40 M BAND, MHZ", low - kMargin,
+                                            high + kMargin);
         auto marks = marksWhere(inBand);
         for (const SceneStation& station : stations_) // one mark for all that share a dial
             if (upperBand && (station.kind == "ft8" || station.kind == "ft4") &&
@@ -232,6 +234,8 @@ private:
             library.pumpUntil([] { return false; }, 20ms);
             session.checkSamples();
             centreDisplays();
+            ft8Gate_.poll(SlotMode::Ft8);
+            ft4Gate_.poll(SlotMode::Ft4);
             takeSlots(SlotMode::Ft8, ft8);
             takeSlots(SlotMode::Ft4, ft4);
             const auto now = Clock::now();
@@ -289,7 +293,7 @@ private:
             results_.marks.insert(results_.marks.end(), marks.begin(), marks.end());
             panels.push_back(drawPanel(snapshot));
         }
-        writePng(drawPicture("FERROW DEMO", panels), (folder_ / "waterfall.png").string());
+        writePng(drawPicture("", panels), (folder_ / "waterfall.png").string());
     }
 
     void write(const std::string& name, const std::string& text) const {
@@ -306,6 +310,7 @@ private:
     std::vector<std::unique_ptr<VoiceRecorder>> voices_;
     std::unique_ptr<Watcher> bandWatchers_[2], ft8Watcher_;
     std::vector<std::pair<Transceiver*, Watcher*>> watched_;
+    SlotGate ft8Gate_, ft4Gate_;
     DemoResults results_;
 };
 

@@ -124,6 +124,9 @@ std::vector<long long> dialsOf(const Options& options) {
 
 void receive(const Options& options, const std::vector<long long>& dials, Library& library,
              RadioSession& session, SlotDecoder& decoder) {
+    SlotGate gate;
+    for (const auto& transceiver : session.transceivers())
+        gate.add(*transceiver);
     const Printer printer(options, dials.size() > 1);
     const int period = formatOf(options.mode()).periodMs;
     const std::size_t wanted = static_cast<std::size_t>(options.slots) * dials.size();
@@ -134,6 +137,7 @@ void receive(const Options& options, const std::vector<long long>& dials, Librar
     while (!interrupted() && (options.slots == 0 || got < wanted)) {
         library.pumpUntil([] { return false; }, 20ms);
         session.checkSamples();
+        gate.poll(options.mode());
         while (const auto slot = decoder.take()) {
             printer.slot(*slot);
             lastSlot = Clock::now();

@@ -17,6 +17,8 @@ namespace fs = std::filesystem;
 
 constexpr int kFilterLow = 100, kFilterHigh = 3300; // Hz: the recording's 12000 a second alone are no limit
 
+constexpr int kStartWindowMs = 600; // of a period, a little more than that in which a recording may begin
+
 } // namespace
 
 RecordingFolder::RecordingFolder(const std::string& keep) : path_(keep), temporary_(keep.empty()) {
@@ -106,6 +108,14 @@ DecodedSlot SlotDecoder::decode(const Job& job) {
     return slot;
 }
 
+void SlotGate::poll(SlotMode mode) {
+    if (formatOf(mode).periodMs - millisecondsToNextSlot(mode) < kStartWindowMs)
+        return;
+    for (const Transceiver* one : waiting_)
+        JTModDemod_setEnabled(one->mode().get(), true);
+    waiting_.clear();
+}
+
 void recordSlots(Transceiver& transceiver, SlotMode mode, const std::string& folder, SlotDecoder& decoder) {
     const SlotFormat& format = formatOf(mode);
     Object jt(JTModDemod_create());
@@ -113,6 +123,7 @@ void recordSlots(Transceiver& transceiver, SlotMode mode, const std::string& fol
     JTModDemod_setperiod(jt.get(), format.periodMs);
     JTModDemod_setsamplesPerBlock(jt.get(), format.samples);
     JTModDemod_setendPadding(jt.get(), format.padding);
+    JTModDemod_setEnabled(jt.get(), false);
     jt.bind(JTModDemod_bindnewFile, [&decoder, dial = transceiver.vfo()](const char* text) {
         decoder.add(splitNewFile(text).path, dial);
     });

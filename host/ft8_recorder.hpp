@@ -69,8 +69,20 @@ private:
     std::thread thread_;
 };
 
-// Lets the transceiver record the mode's periods into the folder, and hands every one to the decoder.
-// `decoder` must outlive the transceiver's callbacks.
+// Lets the transceivers in when a whole period lies ahead. The library begins a recording anywhere in the
+// first half second of a period; one that begins there only because reception has just begun lacks its start.
+class SlotGate {
+public:
+    void add(const Transceiver& transceiver) { waiting_.push_back(&transceiver); }
+    // For the loop of a command.
+    void poll(SlotMode mode);
+
+private:
+    std::vector<const Transceiver*> waiting_;
+};
+
+// Lets the transceiver record the mode's periods into the folder once a SlotGate opens, and hands every one
+// to the decoder. `decoder` must outlive the transceiver's callbacks.
 void recordSlots(Transceiver& transceiver, SlotMode mode, const std::string& folder, SlotDecoder& decoder);
 
 // Splits what newFile tells: the path, and the digits behind it.
