@@ -150,12 +150,11 @@ float audioInputReader::peak() const noexcept {
     return open() ? stream_->peak() : 0.0f;
 }
 
-void audioInputReader::read(std::span<float> block) {
+void audioInputReader::read(std::span<float> block, Time now) {
     if (!open()) {
         std::fill(block.begin(), block.end(), 0.0f);
         return;
     }
-    const auto now = std::chrono::steady_clock::now();
     const std::uint16_t write = stream_->writeIndex();
     const auto gap =
         static_cast<std::int16_t>(static_cast<std::uint16_t>(static_cast<std::uint16_t>(pos_) - write));

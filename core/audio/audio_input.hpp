@@ -84,8 +84,10 @@ public:
     bool open() const noexcept;
     float peak() const noexcept;
 
-    // Fills `block` with samples at 48000 a second, or zeroes.
-    void read(std::span<float> block);
+    // Fills `block` with samples at 48000 a second, or zeroes. `now` is the present, but for tests.
+    using Time = std::chrono::steady_clock::time_point;
+    void read(std::span<float> block) { read(block, std::chrono::steady_clock::now()); }
+    void read(std::span<float> block, Time now);
 
     // For tests: follows a stream that is not in the provider's list.
     void follow(audioInputStream* stream, int id);
@@ -94,7 +96,7 @@ private:
     audioInputStream* stream_ = nullptr;
     int id_ = 0;
     double pos_ = 0;
-    std::chrono::steady_clock::time_point lastRead_{};
+    Time lastRead_{};
     int lag_ = -2048;
 };
 

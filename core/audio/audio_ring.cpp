@@ -141,8 +141,10 @@ void AudioRing::read(float* out, std::size_t frames, std::int64_t now) noexcept 
     lastCall_ = now;
     for (std::size_t i = 0; i < frames; ++i) {
         const std::size_t at = 2 * static_cast<std::size_t>(read_++);
-        out[2 * i] = ring_[at].exchange(0, std::memory_order_relaxed);
-        out[2 * i + 1] = ring_[at + 1].exchange(0, std::memory_order_relaxed);
+        out[2 * i] = ring_[at].load(std::memory_order_relaxed);
+        out[2 * i + 1] = ring_[at + 1].load(std::memory_order_relaxed);
+        ring_[at].store(0, std::memory_order_relaxed);
+        ring_[at + 1].store(0, std::memory_order_relaxed);
     }
     position_.store(static_cast<std::uint32_t>(static_cast<std::uint16_t>(now)) << 16 | read_,
                     std::memory_order_release);
