@@ -24,7 +24,7 @@ struct audioInputStream::Device {
     static int callback(const void* input, void*, unsigned long frames, const PaStreamCallbackTimeInfo*,
                         PaStreamCallbackFlags, void* self) {
         auto& owner = *static_cast<audioInputStream*>(self);
-        if (!owner.opened_->stream.wanted())
+        if (!owner.opened_->stream.enter())
             return paAbort;
         return owner.capture(static_cast<const float*>(input), frames) ? paContinue : paComplete;
     }

@@ -13,6 +13,7 @@ namespace {
 
 constexpr double kSampleRate = 48000.0;
 constexpr unsigned long kLowLatencyFrames = 128;
+constexpr double kLargestLatency = 16384; // frames
 
 } // namespace
 
@@ -25,7 +26,7 @@ struct audioOutput::State {
                         PaStreamCallbackFlags, void* self) {
         auto& state = *static_cast<State*>(self);
         auto* out = static_cast<float*>(output);
-        if (!state.stream.wanted()) {
+        if (!state.stream.enter()) {
             std::fill_n(out, 2 * frames, 0.0f);
             return paAbort;
         }
@@ -49,6 +50,10 @@ int audioOutput::id() const noexcept {
 
 bool audioOutput::isOpen() const noexcept {
     return state_ && state_->stream.isOpen();
+}
+
+const AudioRing* audioOutput::ring() const noexcept {
+    return state_ ? &state_->ring : nullptr;
 }
 
 void audioOutput::open(int id) {
@@ -82,6 +87,8 @@ void audioOutput::open(int id) {
         logError("pa_openstream failed {}", error);
         return;
     }
+    state_->ring.setDeviceLatency(static_cast<std::size_t>(
+        std::clamp(state_->stream.outputLatency() * kSampleRate, 0.0, kLargestLatency)));
     error = state_->stream.start();
     if (error != paNoError) {
         logError("pa_startstream failed {}", error);

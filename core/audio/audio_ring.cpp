@@ -133,9 +133,10 @@ void AudioRing::skip(std::int64_t frames) noexcept {
 
 void AudioRing::read(float* out, std::size_t frames, std::int64_t now) noexcept {
     if (called_ && frames > 0) {
-        const double gap = static_cast<double>(now - lastCall_) / static_cast<double>(frames);
+        const auto buffer = static_cast<double>(frames + deviceLatency_);
+        const double gap = static_cast<double>(now - lastCall_) / buffer;
         if (gap > kPauseBuffers)
-            skip(static_cast<std::int64_t>((gap - 1) * static_cast<double>(frames)));
+            skip(static_cast<std::int64_t>((gap - 1) * buffer));
     }
     called_ = true;
     lastCall_ = now;

@@ -1,6 +1,7 @@
 #include "core/audio/port_audio.hpp"
 
 #include "core/audio/sound_messages.hpp"
+#include "core/tasks/realtime.hpp"
 
 #include <chrono>
 #include <set>
@@ -59,6 +60,7 @@ PaError SoundStream::open(const PaStreamParameters* input, const PaStreamParamet
                           double sampleRate, unsigned long frames, PaStreamCallback* callback, void* user) {
     close();
     closing_.store(false, std::memory_order_release);
+    entered_ = false;
     const PaError error =
         Pa_OpenStream(&stream_, input, output, sampleRate, frames, paNoFlag, callback, user);
     if (error != paNoError)
@@ -86,8 +88,19 @@ void SoundStream::close() {
     stream_ = nullptr;
 }
 
-bool SoundStream::wanted() const noexcept {
-    return !processLeaves.load(std::memory_order_acquire) && !closing_.load(std::memory_order_acquire);
+double SoundStream::outputLatency() const noexcept {
+    const PaStreamInfo* info = Pa_GetStreamInfo(stream_);
+    return info != nullptr ? info->outputLatency : 0;
+}
+
+bool SoundStream::enter() noexcept {
+    if (processLeaves.load(std::memory_order_acquire) || closing_.load(std::memory_order_acquire))
+        return false;
+    if (!entered_) {
+        entered_ = true;
+        enterRealtimeClass(RealtimeLevel::Comms);
+    }
+    return true;
 }
 
 } // namespace ferrow

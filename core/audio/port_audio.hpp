@@ -14,7 +14,7 @@ std::mutex& portAudioMutex();
 // Initialises on first use, without looking at the result. The caller holds the mutex.
 void usePortAudio();
 
-// A stream and its end. But for `wanted`, the caller holds the mutex.
+// A stream and its end. But for `enter`, the caller holds the mutex.
 class SoundStream {
 public:
     SoundStream() = default;
@@ -31,13 +31,17 @@ public:
     // Returns when no callback runs any more.
     void close();
 
-    // For the callback, which returns paAbort as soon as this is false: the stream is to be closed, or the
-    // process leaves.
-    bool wanted() const noexcept;
+    // Seconds that the open stream's device holds.
+    double outputLatency() const noexcept;
+
+    // For the callback, first thing. False: the stream is to be closed, or the process leaves, and the
+    // callback returns paAbort. The first call gives its thread priority where the limits allow it.
+    bool enter() noexcept;
 
 private:
     PaStream* stream_ = nullptr;
     std::atomic<bool> closing_{false};
+    bool entered_ = false;
 };
 
 } // namespace ferrow
