@@ -131,6 +131,8 @@ int run(Options options) {
             writeStatistics(options.statsFile, radios, 1e-9 * static_cast<double>(monotonicNs() - began));
     };
     waitForEnd(signals, options.duration, report);
+    for (const auto& radio : radios)
+        radio->shutDown();
     report();
     return 0;
 }

@@ -40,75 +40,42 @@ void transform(const char* name, void* input, void* output, bool real, Transform
     run(in.data(), out.data(), n);
 }
 
-std::complex<double>* pairs(double* values) {
-    return reinterpret_cast<std::complex<double>*>(values);
-}
+std::complex<double>* pairs(double* values) { return reinterpret_cast<std::complex<double>*>(values); }
 
 } // namespace
 
 extern "C" {
 
-void* floatArray_create(int n) {
-    return createArray<float>(n);
-}
-int floatArray_size(void* handle) {
-    return static_cast<int>(array<float>(handle).size());
-}
-float* floatArray_data(void* handle) {
-    return array<float>(handle).data();
-}
-void floatArray_delete(void* handle) {
-    delete static_cast<buff<float>*>(handle);
-}
+void* floatArray_create(int n) { return createArray<float>(n); }
+int floatArray_size(void* handle) { return static_cast<int>(array<float>(handle).size()); }
+float* floatArray_data(void* handle) { return array<float>(handle).data(); }
+void floatArray_delete(void* handle) { delete static_cast<buff<float>*>(handle); }
 
-void* doubleArray_create(int n) {
-    return createArray<double>(n);
-}
-int doubleArray_size(void* handle) {
-    return static_cast<int>(array<double>(handle).size());
-}
-double* doubleArray_data(void* handle) {
-    return array<double>(handle).data();
-}
-void doubleArray_delete(void* handle) {
-    delete static_cast<buff<double>*>(handle);
-}
+void* doubleArray_create(int n) { return createArray<double>(n); }
+int doubleArray_size(void* handle) { return static_cast<int>(array<double>(handle).size()); }
+double* doubleArray_data(void* handle) { return array<double>(handle).data(); }
+void doubleArray_delete(void* handle) { delete static_cast<buff<double>*>(handle); }
 
-void* complexArray_create(int n) {
-    return createArray<Complex>(n);
-}
-int complexArray_size(void* handle) {
-    return static_cast<int>(array<Complex>(handle).size());
-}
-float* complexArray_data(void* handle) {
-    return reinterpret_cast<float*>(array<Complex>(handle).data());
-}
-void complexArray_delete(void* handle) {
-    delete static_cast<buff<Complex>*>(handle);
-}
+void* complexArray_create(int n) { return createArray<Complex>(n); }
+int complexArray_size(void* handle) { return static_cast<int>(array<Complex>(handle).size()); }
+float* complexArray_data(void* handle) { return reinterpret_cast<float*>(array<Complex>(handle).data()); }
+void complexArray_delete(void* handle) { delete static_cast<buff<Complex>*>(handle); }
 
-void* mem_malloc(int bytes) {
-    return alignedAllocateUnits(bytes);
-}
-void mem_free(void* memory) {
-    alignedFree(memory);
-}
+void* mem_malloc(int bytes) { return alignedAllocateUnits(bytes); }
+void mem_free(void* memory) { alignedFree(memory); }
 void mem_memcpy(void* destination, const void* source, int bytes) {
     if (bytes > 0)
         std::memcpy(destination, source, static_cast<std::size_t>(bytes));
 }
 
 void fft_Fwd(void* input, void* output) {
-    transform("fft_Fwd", input, output, false,
-              [](double* in, double* out, std::size_t n) { fft::forward(pairs(in), pairs(out), n); });
+    transform("fft_Fwd", input, output, false, [](double* in, double* out, std::size_t n) { fft::forward(pairs(in), pairs(out), n); });
 }
 void fft_Rev(void* input, void* output) {
-    transform("fft_Rev", input, output, false,
-              [](double* in, double* out, std::size_t n) { fft::inverse(pairs(in), pairs(out), n); });
+    transform("fft_Rev", input, output, false, [](double* in, double* out, std::size_t n) { fft::inverse(pairs(in), pairs(out), n); });
 }
 void fft_FwdR(void* input, void* output) {
-    transform("fft_FwdR", input, output, true,
-              [](double* in, double* out, std::size_t n) { fft::forwardReal(in, pairs(out), n); });
+    transform("fft_FwdR", input, output, true, [](double* in, double* out, std::size_t n) { fft::forwardReal(in, pairs(out), n); });
 }
 
 } // extern "C"

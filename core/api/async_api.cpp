@@ -7,9 +7,7 @@ using namespace ferrow::api;
 
 extern "C" {
 
-void* asyncObject_create(void) {
-    return create<asyncObject>();
-}
+void* asyncObject_create(void) { return create<asyncObject>(); }
 
 void asyncObject_bindDeleted(void* handle, void (*callback)(int)) {
     if (auto self = objectOf<asyncObject>(handle, "bind"))
@@ -21,8 +19,6 @@ void asyncObject_bindEcho(void* handle, void (*callback)(int)) {
         self->Echo.store(callback, std::memory_order_release);
 }
 
-void asyncObject_Ping(void* handle, int value) {
-    post<&asyncObject::Ping, asyncObject>(handle, "asyncObject.Ping()", value);
-}
+void asyncObject_Ping(void* handle, int value) { post<&asyncObject::Ping, asyncObject>(handle, "asyncObject.Ping()", value); }
 
 } // extern "C"

@@ -10,8 +10,7 @@ __attribute__((constructor, target("arch=x86-64"))) void checkProcessor() {
     __builtin_cpu_init();
     if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") && __builtin_cpu_supports("bmi2"))
         return;
-    std::fputs("libferrowcore_avx2: this processor lacks AVX2, FMA or BMI2, which the library needs\n",
-               stderr);
+    std::fputs("libferrowcore_avx2: this processor lacks AVX2, FMA or BMI2, which the library needs\n", stderr);
     std::abort();
 }
 

@@ -14,8 +14,7 @@ static_assert(offsetof(ferrow_ft8_result, unused) == 22);
 
 extern "C" {
 
-FERROW_API int32_t ft8decode(const char* path, ferrow_ft8_result* results, int64_t reserved,
-                             int32_t variant) {
+FERROW_API int32_t ft8decode(const char* path, ferrow_ft8_result* results, int64_t reserved, int32_t variant) {
     // No exception may reach a C caller; memory for plans and tables is all that can run out.
     try {
         return ferrow::ft8decode(path, results, reserved, variant);
@@ -24,12 +23,8 @@ FERROW_API int32_t ft8decode(const char* path, ferrow_ft8_result* results, int64
     }
 }
 
-FERROW_API int crc12(const unsigned char* data, int length) {
-    return ferrow::crc12(data, length);
-}
+FERROW_API int crc12(const unsigned char* data, int length) { return ferrow::crc12(data, length); }
 
-FERROW_API bool crc12_check(const unsigned char* data, int length) {
-    return ferrow::crc12_check(data, length);
-}
+FERROW_API bool crc12_check(const unsigned char* data, int length) { return ferrow::crc12_check(data, length); }
 
 } // extern "C"

@@ -9,9 +9,7 @@
 
 extern "C" {
 
-void asyncObject_release(void* handle) {
-    ferrow::releaseHandle(handle);
-}
+void asyncObject_release(void* handle) { ferrow::releaseHandle(handle); }
 
 ONE_RELEASE(ValueLabelItem_release)
 ONE_RELEASE(Wireless_release)

@@ -38,11 +38,11 @@ void pump(const char* name, Take take) {
 
 } // namespace
 
-void initRuntime(const char* path, int mode) {
+void initRuntime(const char* path, int mode, void (*onWorkerStart)()) {
     setDumpFile(std::string(path) + ".dump.txt");
     openLog(path);
     setLogLevel(mode == 1 ? LogLevel::Info : LogLevel::Err);
-    threadPool = new sothreadpool;
+    threadPool = new sothreadpool(onWorkerStart);
     rootSyncTask = std::make_shared<syncTask>(threadPool);
     static const WorkersAtExit workersAtExit;
 }

@@ -15,8 +15,8 @@ extern sothreadpool* threadPool;
 extern std::shared_ptr<syncTask> rootSyncTask;
 
 // The work of the exported `init`: log on `path` (level info if `mode` is 1, else err), crash note beside it,
-// pool and root context. Failures leave as exceptions.
-void initRuntime(const char* path, int mode);
+// pool and root context; each worker calls `onWorkerStart` first. Failures leave as exceptions.
+void initRuntime(const char* path, int mode, void (*onWorkerStart)() = nullptr);
 
 // Runs every waiting update (or display update) on the calling thread; exceptions of a callback are logged.
 void pumpUpdates();

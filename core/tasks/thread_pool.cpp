@@ -9,7 +9,8 @@
 #include <exception>
 
 #if defined(__SANITIZE_THREAD__)
-// The queue has fences, which the sanitizer does not model. Where it then sees no order, tests/tsan.supp says so.
+// The queue has fences, which the sanitizer does not model. Where it then sees no order, tests/tsan.supp says
+// so.
 #pragma GCC diagnostic ignored "-Wtsan"
 #endif
 #pragma GCC diagnostic push
@@ -49,7 +50,8 @@ std::uint32_t currentThreadId() noexcept {
     return id;
 }
 
-sothreadpool::sothreadpool() : wakeQueue_(std::make_unique<WakeQueue>()) {
+sothreadpool::sothreadpool(void (*onWorkerStart)())
+    : onWorkerStart_(onWorkerStart), wakeQueue_(std::make_unique<WakeQueue>()) {
     try {
         const unsigned count = std::min(std::thread::hardware_concurrency(), kMaxWorkers);
         threads_.reserve(count);
@@ -104,6 +106,8 @@ void sothreadpool::worker() noexcept {
         if (!said.exchange(true))
             logError("sothreadPool::worker() setmm priority failed {}", error);
     }
+    if (onWorkerStart_ != nullptr)
+        onWorkerStart_();
     while (!exit_.load(std::memory_order_acquire)) {
         wakeQueue_->semaphore.wait();
         WakeEntry entry;

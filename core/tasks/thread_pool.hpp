@@ -21,7 +21,8 @@ public:
 
     // Starts min(hardware concurrency, 20) workers. On failure it leaves a crash note and raises what was
     // raised.
-    sothreadpool();
+    // `onWorkerStart`, if any, is called by each worker before it takes work.
+    explicit sothreadpool(void (*onWorkerStart)() = nullptr);
     sothreadpool(const sothreadpool&) = delete;
     sothreadpool& operator=(const sothreadpool&) = delete;
     ~sothreadpool();
@@ -45,6 +46,8 @@ private:
     struct WakeQueue; // the lock-free queue with its semaphore
 
     void worker() noexcept;
+
+    void (*const onWorkerStart_)();
 
     std::atomic<bool> exit_{false};
     std::unique_ptr<WakeQueue> wakeQueue_;

@@ -62,6 +62,12 @@ Radio::Radio(RadioSettings settings, std::shared_ptr<const Sky> sky)
 }
 
 Radio::~Radio() {
+    shutDown();
+}
+
+void Radio::shutDown() {
+    if (!listener_.joinable())
+        return;
     quit_.store(true, std::memory_order_release);
     {
         const std::lock_guard lock(mutex_);
@@ -76,6 +82,7 @@ Radio::~Radio() {
     if (broadcastSocket_ >= 0)
         close(broadcastSocket_);
     close(wake_);
+    streaming_.store(false, std::memory_order_release);
 }
 
 ControlState Radio::control() const {

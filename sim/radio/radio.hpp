@@ -50,6 +50,9 @@ public:
     ControlState control() const;
     Statistics statistics() const;
     void flush();
+    /// Ends both threads and closes the sockets; what has been counted stays. For good; the destructor does
+    /// it too.
+    void shutDown();
 
 private:
     struct Command {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <pthread.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 
@@ -26,6 +27,9 @@ double skySeconds(std::int64_t nowNs) {
 
 void Radio::stream() {
     prctl(PR_SET_TIMERSLACK, 1000UL);
+    // a radio's clock does not wait for a busy machine; where the limits forbid it, normal priority has to do
+    const sched_param priority{1};
+    pthread_setschedparam(pthread_self(), SCHED_RR, &priority);
     skySeconds(monotonicNs());
     Command command;
     while (!quit_.load(std::memory_order_acquire)) {

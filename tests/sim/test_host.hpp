@@ -1,8 +1,9 @@
 #pragma once
 #include <arpa/inet.h>
 #include <array>
-#include <chrono>
 #include <cstdint>
+#include <cstring>
+#include <ctime>
 #include <optional>
 #include <poll.h>
 #include <string>
@@ -22,6 +23,7 @@ public:
             setsockopt(socket_, SOL_SOCKET, SO_RCVBUF, &size, sizeof size);
         const int on = 1;
         setsockopt(socket_, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
+        setsockopt(socket_, SOL_SOCKET, SO_TIMESTAMPNS, &on, sizeof on);
         radio_.sin_family = AF_INET;
         radio_.sin_port = htons(static_cast<std::uint16_t>(port));
         inet_pton(AF_INET, radio.c_str(), &radio_.sin_addr);
@@ -80,7 +82,7 @@ public:
     struct Received {
         std::vector<std::uint8_t> bytes;
         sockaddr_in from{};
-        double seconds = 0.0; ///< steady clock
+        double seconds = 0.0; ///< when the kernel took it
 
         int endpoint() const { return bytes.size() > 3 ? bytes[3] : -1; }
         std::uint32_t sequence() const {
@@ -95,11 +97,23 @@ public:
             return std::nullopt;
         Received got;
         got.bytes.resize(2048);
-        socklen_t length = sizeof got.from;
-        const ssize_t size = recvfrom(socket_, got.bytes.data(), got.bytes.size(), 0,
-                                      reinterpret_cast<sockaddr*>(&got.from), &length);
-        got.seconds =
-            std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+        iovec piece{got.bytes.data(), got.bytes.size()};
+        alignas(cmsghdr) char control[128];
+        msghdr message{};
+        message.msg_name = &got.from;
+        message.msg_namelen = sizeof got.from;
+        message.msg_iov = &piece;
+        message.msg_iovlen = 1;
+        message.msg_control = control;
+        message.msg_controllen = sizeof control;
+        const ssize_t size = recvmsg(socket_, &message, 0);
+        for (cmsghdr* c = CMSG_FIRSTHDR(&message); c != nullptr; c = CMSG_NXTHDR(&message, c)) {
+            if (c->cmsg_level == SOL_SOCKET && c->cmsg_type == SCM_TIMESTAMPNS) {
+                timespec at{};
+                std::memcpy(&at, CMSG_DATA(c), sizeof at);
+                got.seconds = static_cast<double>(at.tv_sec) + 1e-9 * static_cast<double>(at.tv_nsec);
+            }
+        }
         got.bytes.resize(static_cast<std::size_t>(size < 0 ? 0 : size));
         return got;
     }

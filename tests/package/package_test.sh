@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# Installs the library into a prefix and builds a small C host from there, by CMake and by pkg-config.
+#     package_test.sh BUILD_DIR SOURCE_DIR
+set -euo pipefail
+build=$1 source=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+cmake --install "$build" --prefix "$work/prefix" > "$work/install.log"
+library=$(find "$work/prefix" -name 'libferrowcore_avx2.so.*.*.*')
+[ -n "$library" ] || { echo "no library in the prefix"; exit 1; }
+readelf -d "$library" | grep -q 'SONAME.*libferrowcore_avx2.so.0' || { echo "no versioned soname"; exit 1; }
+libdir=$(dirname "$library")
+
+cat > "$work/host.c" <<'C'
+#include <ferrowcore/ferrowcore.h>
+#include <stdio.h>
+static int echoed;
+static void onEcho(int value) { echoed = value; }
+int main(int argc, char** argv) {
+    (void)argc;
+    init(argv[1], 0);
+    void* object = asyncObject_create();
+    asyncObject_bindEcho(object, onEcho);
+    asyncObject_Ping(object, 42);
+    while (echoed == 0)
+        getUpdates();
+    asyncObject_release(object);
+    printf("echo %d\n", echoed);
+    return 0;
+}
+C
+mkdir "$work/cmake"
+cat > "$work/cmake/CMakeLists.txt" <<'C'
+cmake_minimum_required(VERSION 3.25)
+project(host C)
+find_package(ferrowcore 0.1 CONFIG REQUIRED)
+add_executable(host ../host.c)
+target_link_libraries(host PRIVATE ferrowcore::ferrowcore)
+C
+cmake -S "$work/cmake" -B "$work/cmake/build" -DCMAKE_PREFIX_PATH="$work/prefix" > "$work/cmake.log"
+cmake --build "$work/cmake/build" >> "$work/cmake.log"
+"$work/cmake/build/host" "$work/a.log" | grep -qx "echo 42"
+
+export PKG_CONFIG_PATH=$libdir/pkgconfig
+# The file names the configured prefix; --define-prefix takes the one that it lies in.
+flags=$(pkg-config --define-variable=prefix="$work/prefix" --cflags --libs ferrowcore)
+# shellcheck disable=SC2086
+cc -std=c11 -Wall -Wextra -Wpedantic -Werror "$work/host.c" $flags -Wl,-rpath,"$libdir" -o "$work/host"
+"$work/host" "$work/b.log" | grep -qx "echo 42"
+# shellcheck disable=SC2086
+cc -std=c11 -D_POSIX_C_SOURCE=200809L -Wall -Wextra -Wpedantic -Werror "$source/examples/first_host.c" $flags \
+    -Wl,-rpath,"$libdir" -o "$work/first_host"
+echo "package test passed"
