@@ -40,8 +40,7 @@ TEST_F(ServerLossTest, MutingClosesAndUnmutingOpensAgain) {
             std::this_thread::sleep_for(std::chrono::milliseconds(i));
     }
     MonitorRecorder recorder(*server);
-    Feed feed(*receiver);
-    feed.run(1.2, tone);
+    Feed(*receiver).run(1.5, tone);
     EXPECT_GT(loudest(recorder.finish().left), 0.2f);
     EXPECT_FALSE(runtime->logged("failed"));
 }
@@ -69,11 +68,11 @@ TEST_F(ServerLossTest, ReceptionRunsOnWithoutTheServerAndPlaysAgainAfterItsRetur
     EXPECT_GT(mode->blocks, blocks + 40);
 
     server->restart();
+    MonitorRecorder recorder(*server);
     mute(*receiver, true);
     mute(*receiver, false);
     EXPECT_TRUE(receiver->output().isOpen());
-    MonitorRecorder recorder(*server);
-    feed.run(1.2, tone);
+    Feed(*receiver).run(1.5, tone);
     EXPECT_GT(loudest(recorder.finish().left), 0.2f);
 }
 

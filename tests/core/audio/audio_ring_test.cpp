@@ -347,6 +347,23 @@ TEST_F(AudioRingTest, PauseOfTheDeviceSkipsItsLength) {
     }
 }
 
+// A device that holds 416 frames besides the 104 that it asks for catches up after a late callback.
+TEST_F(AudioRingTest, LateCallbackOfADeviceWithAQueueIsNoPause) {
+    ring.setDeviceLatency(416);
+    std::vector<float> out(208);
+    for (int i = 0; i < 5; ++i)
+        ring.read(out.data(), 104, 5000);
+    EXPECT_EQ(ring.fill(5000), -520);
+    ring.read(out.data(), 104, 5000 + 3 * 104);
+    ring.read(out.data(), 104, 5000 + 3 * 104);
+    ring.read(out.data(), 104, 5000 + 3 * 104);
+    EXPECT_EQ(ring.fill(5000 + 3 * 104), -520 - 3 * 104);
+    ring.read(out.data(), 104, 5312 + 1300);
+    EXPECT_EQ(ring.fill(6612), -832 - 104) << "2.5 times 520";
+    ring.read(out.data(), 104, 6612 + 2080);
+    EXPECT_EQ(ring.fill(8692), -936 - 104 - 3 * 520);
+}
+
 TEST_F(AudioRingTest, LatencyAfterAPauseIsWhatItWasBefore) {
     prime();
     for (int i = 0; i < 10; ++i)
