@@ -23,7 +23,7 @@ function(ferrow_test name)
   # One label with all words in it: ctest -L and -LE look for a part of it.
   string(REPLACE ";" "-" labels "${T_LABELS}")
   gtest_discover_tests(test_${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
-                       PROPERTIES LABELS "${labels}" TIMEOUT ${T_TIMEOUT})
+                       PROPERTIES LABELS "${labels}" TIMEOUT ${T_TIMEOUT} RUN_SERIAL ${T_SERIAL})
 endfunction()
 
 # ferrow_bench(NAME SOURCES a.cpp ... [LINK lib ...]): one Google Benchmark program.
