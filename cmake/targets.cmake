@@ -9,10 +9,10 @@ function(ferrow_module name)
   set_property(GLOBAL APPEND PROPERTY FERROW_MODULES ferrow_${name})
 endfunction()
 
-# ferrow_test(NAME SOURCES a.cpp ... [LINK lib ...] [LABELS unit|api|sim|slow ...] [TIMEOUT s]): one GoogleTest
+# ferrow_test(NAME SOURCES a.cpp ... [LINK lib ...] [LABELS unit|api|sim|slow ...] [TIMEOUT s] [SERIAL]): one GoogleTest
 # program; every case in it becomes a ctest test of its own process.
 function(ferrow_test name)
-  cmake_parse_arguments(T "" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
+  cmake_parse_arguments(T "SERIAL" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
   if(NOT T_TIMEOUT)
     set(T_TIMEOUT 120)
   endif()
@@ -20,8 +20,10 @@ function(ferrow_test name)
   target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
   target_compile_definitions(test_${name} PRIVATE FERROW_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
   target_link_libraries(test_${name} PRIVATE ${T_LINK} GTest::gtest GTest::gtest_main Threads::Threads fmt::fmt)
+  # One label with all words in it: ctest -L and -LE look for a part of it.
+  string(REPLACE ";" "-" labels "${T_LABELS}")
   gtest_discover_tests(test_${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
-                       PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${T_TIMEOUT})
+                       PROPERTIES LABELS "${labels}" TIMEOUT ${T_TIMEOUT} RUN_SERIAL ${T_SERIAL})
 endfunction()
 
 # ferrow_bench(NAME SOURCES a.cpp ... [LINK lib ...]): one Google Benchmark program.

@@ -16,27 +16,32 @@ constexpr int kFarthestBehind = -16384; // samples: beyond this the reader start
 constexpr int kLargestLag = -8192;
 constexpr auto kIdle = std::chrono::milliseconds(101);
 
-int onCapture(const void* input, void*, unsigned long frames, const PaStreamCallbackTimeInfo*,
-              PaStreamCallbackFlags, void* stream) {
-    return static_cast<audioInputStream*>(stream)->capture(static_cast<const float*>(input), frames)
-               ? paContinue
-               : paComplete;
-}
-
 } // namespace
 
+struct audioInputStream::Device {
+    SoundStream stream;
+
+    static int callback(const void* input, void*, unsigned long frames, const PaStreamCallbackTimeInfo*,
+                        PaStreamCallbackFlags, void* self) {
+        auto& owner = *static_cast<audioInputStream*>(self);
+        if (!owner.opened_->stream.enter())
+            return paAbort;
+        return owner.capture(static_cast<const float*>(input), frames) ? paContinue : paComplete;
+    }
+};
+
 audioInputStream::audioInputStream(std::string name, int device, int sampleRate)
-    : name_(std::move(name)), device_(device), sampleRate_(sampleRate) {}
+    : name_(std::move(name)), device_(device), sampleRate_(sampleRate), opened_(std::make_unique<Device>()) {}
 
 audioInputStream::~audioInputStream() {
-    PaStream* stream = stream_;
     const std::lock_guard lock(portAudioMutex());
-    closeStream(stream);
+    opened_->stream.close();
 }
 
 void audioInputStream::acquire() {
-    users_.fetch_add(1, std::memory_order_acq_rel);
-    if (device_ >= 0 && !running_.exchange(true, std::memory_order_acq_rel))
+    users_.fetch_add(1);
+    Phase idle = Phase::Idle;
+    if (device_ >= 0 && phase_.compare_exchange_strong(idle, Phase::Opening))
         open();
 }
 
@@ -52,9 +57,8 @@ void audioInputStream::open() {
     logInfo("pa_start {}", name_);
     const std::lock_guard lock(portAudioMutex());
     usePortAudio();
-    PaStream* stream = stream_;
-    closeStream(stream);
-    stream_ = nullptr;
+    SoundStream& stream = opened_->stream;
+    stream.close();
     prepareRing();
     PaStreamParameters parameters{};
     parameters.device = device_;
@@ -62,30 +66,32 @@ void audioInputStream::open() {
     parameters.sampleFormat = paFloat32;
     if (const PaDeviceInfo* info = Pa_GetDeviceInfo(device_))
         parameters.suggestedLatency = info->defaultLowInputLatency;
-    PaError error = Pa_OpenStream(&stream, &parameters, nullptr, sampleRate_, paFramesPerBufferUnspecified,
-                                  paNoFlag, onCapture, this);
+    PaError error =
+        stream.open(&parameters, nullptr, sampleRate_, paFramesPerBufferUnspecified, Device::callback, this);
     if (error != paNoError) {
         logError("pa_openstream failed {} {} {}", name_, device_, error);
-        running_.store(false, std::memory_order_release);
+        phase_.store(Phase::Idle);
         return;
     }
-    error = Pa_SetStreamFinishedCallback(stream, [](void* self) {
-        auto* finished = static_cast<audioInputStream*>(self);
-        if (finished->users() == 0)
-            finished->running_.store(false, std::memory_order_release);
-    });
+    error = Pa_SetStreamFinishedCallback(
+        stream.get(), [](void* self) { static_cast<audioInputStream*>(self)->finished(); });
     if (error != paNoError)
         logError("Pa_SetStreamFinishedCallback failed {} {} {}", name_, device_, error);
-    error = Pa_StartStream(stream);
+    phase_.store(Phase::Live);
+    error = stream.start();
     if (error != paNoError) {
         logError("pa_startstream failed {} {} {}", name_, device_, error);
-        closeStream(stream);
-        running_.store(false, std::memory_order_release);
+        stream.close();
+        phase_.store(Phase::Idle);
         return;
     }
-    rememberStream(stream);
-    stream_ = stream;
     logInfo("pa_startstream started");
+}
+
+void audioInputStream::finished() noexcept {
+    captured_.store(false, std::memory_order_release);
+    Phase live = Phase::Live;
+    phase_.compare_exchange_strong(live, Phase::Idle);
 }
 
 bool audioInputStream::capture(const float* block, std::size_t count) noexcept {
@@ -102,9 +108,13 @@ bool audioInputStream::capture(const float* block, std::size_t count) noexcept {
     captured_.store(true, std::memory_order_release);
     if (users() > 0)
         return true;
-    // A user may come at this very moment: whoever sets `running` keeps or reopens the device.
-    running_.store(false, std::memory_order_seq_cst);
-    return users() > 0 && !running_.exchange(true, std::memory_order_seq_cst);
+    // A user may come at this very moment: either he finds the device idle and opens it anew, or it goes on.
+    Phase expected = Phase::Live;
+    phase_.compare_exchange_strong(expected, Phase::Idle);
+    if (users() == 0)
+        return false;
+    expected = Phase::Idle;
+    return phase_.compare_exchange_strong(expected, Phase::Live);
 }
 
 audioInputReader::~audioInputReader() {
@@ -140,12 +150,11 @@ float audioInputReader::peak() const noexcept {
     return open() ? stream_->peak() : 0.0f;
 }
 
-void audioInputReader::read(std::span<float> block) {
+void audioInputReader::read(std::span<float> block, Time now) {
     if (!open()) {
         std::fill(block.begin(), block.end(), 0.0f);
         return;
     }
-    const auto now = std::chrono::steady_clock::now();
     const std::uint16_t write = stream_->writeIndex();
     const auto gap =
         static_cast<std::int16_t>(static_cast<std::uint16_t>(static_cast<std::uint16_t>(pos_) - write));

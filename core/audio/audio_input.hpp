@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -28,39 +29,45 @@ public:
     // A user comes or goes. The first one opens the device; with the last one gone the device stops by
     // itself.
     void acquire();
-    void release() noexcept { users_.fetch_sub(1, std::memory_order_acq_rel); }
-    int users() const noexcept { return users_.load(std::memory_order_acquire); }
+    void release() noexcept { users_.fetch_sub(1); }
+    int users() const noexcept { return users_.load(); }
 
     // Largest magnitude in the device's last block.
     float peak() const noexcept { return peak_.load(std::memory_order_relaxed); }
 
-    // Whether anything has been captured yet.
+    // Whether the device runs and has captured something.
     bool started() const noexcept { return captured_.load(std::memory_order_acquire); }
     std::uint16_t writeIndex() const noexcept {
         return static_cast<std::uint16_t>(position_.load(std::memory_order_acquire));
     }
     float sample(std::uint16_t index) const noexcept { return ring_[index].load(std::memory_order_relaxed); }
 
-    // What the device's callback does with a block: for the callback, and for tests without a device. Returns
-    // false when nobody uses the stream any more.
+    // What the device's callback does with a block: for the callback, and for tests without a device. Null
+    // stands for silence. Returns false when nobody uses the stream any more.
     bool capture(const float* block, std::size_t count) noexcept;
 
     // An empty ring, before the first capture.
     void prepareRing();
 
+    // What happens when the device stops, of itself or with its last user: on the device's thread.
+    void finished() noexcept;
+
 private:
+    enum class Phase { Idle, Opening, Live };
+    struct Device;
+
     void open();
 
     std::string name_;
     int device_;
     int sampleRate_;
     std::atomic<int> users_{0};
-    std::atomic<bool> running_{false};
+    std::atomic<Phase> phase_{Phase::Idle}; // who leaves Idle opens the device
     std::atomic<bool> captured_{false};
     std::atomic<float> peak_{0};
     std::atomic<std::uint32_t> position_{0}; // 48 kHz ticks << 16 | write index
     std::vector<std::atomic<float>> ring_;
-    void* stream_ = nullptr;
+    std::unique_ptr<Device> opened_;
 };
 
 // A transceiver's view of a capture device: 48 kHz, a little behind the device. Used from one context.
@@ -77,8 +84,10 @@ public:
     bool open() const noexcept;
     float peak() const noexcept;
 
-    // Fills `block` with samples at 48000 a second, or zeroes.
-    void read(std::span<float> block);
+    // Fills `block` with samples at 48000 a second, or zeroes. `now` is the present, but for tests.
+    using Time = std::chrono::steady_clock::time_point;
+    void read(std::span<float> block) { read(block, std::chrono::steady_clock::now()); }
+    void read(std::span<float> block, Time now);
 
     // For tests: follows a stream that is not in the provider's list.
     void follow(audioInputStream* stream, int id);
@@ -87,7 +96,7 @@ private:
     audioInputStream* stream_ = nullptr;
     int id_ = 0;
     double pos_ = 0;
-    std::chrono::steady_clock::time_point lastRead_{};
+    Time lastRead_{};
     int lag_ = -2048;
 };
 

@@ -5,23 +5,32 @@
 #include "core/audio/port_audio.hpp"
 #include "core/tasks/log.hpp"
 
+#include <algorithm>
+
 namespace ferrow {
 
 namespace {
 
 constexpr double kSampleRate = 48000.0;
 constexpr unsigned long kLowLatencyFrames = 128;
+constexpr double kLargestLatency = 16384; // frames
 
 } // namespace
 
 struct audioOutput::State {
     AudioRing ring;
-    PaStream* stream = nullptr;
+    SoundStream stream;
     int id = -1;
 
     static int callback(const void*, void* output, unsigned long frames, const PaStreamCallbackTimeInfo*,
                         PaStreamCallbackFlags, void* self) {
-        static_cast<State*>(self)->ring.read(static_cast<float*>(output), frames, audioTicks());
+        auto& state = *static_cast<State*>(self);
+        auto* out = static_cast<float*>(output);
+        if (!state.stream.enter()) {
+            std::fill_n(out, 2 * frames, 0.0f);
+            return paAbort;
+        }
+        state.ring.read(out, frames, audioTicks());
         return paContinue;
     }
 };
@@ -32,7 +41,7 @@ audioOutput::~audioOutput() {
     if (!state_)
         return;
     const std::lock_guard lock(portAudioMutex());
-    closeStream(state_->stream);
+    state_->stream.close();
 }
 
 int audioOutput::id() const noexcept {
@@ -40,7 +49,11 @@ int audioOutput::id() const noexcept {
 }
 
 bool audioOutput::isOpen() const noexcept {
-    return state_ && state_->stream != nullptr;
+    return state_ && state_->stream.isOpen();
+}
+
+const AudioRing* audioOutput::ring() const noexcept {
+    return state_ ? &state_->ring : nullptr;
 }
 
 void audioOutput::open(int id) {
@@ -50,7 +63,7 @@ void audioOutput::open(int id) {
         state_ = std::make_unique<State>();
     }
     const std::lock_guard lock(portAudioMutex());
-    closeStream(state_->stream);
+    state_->stream.close();
     state_->ring.reset();
     state_->id = id;
     if (id < 0)
@@ -67,21 +80,20 @@ void audioOutput::open(int id) {
         return;
     }
     parameters.suggestedLatency = lowLatency ? 0 : info->defaultLowOutputLatency;
-    PaError error = Pa_OpenStream(&state_->stream, nullptr, &parameters, kSampleRate,
-                                  lowLatency ? kLowLatencyFrames : paFramesPerBufferUnspecified, paNoFlag,
-                                  State::callback, state_.get());
+    PaError error = state_->stream.open(nullptr, &parameters, kSampleRate,
+                                        lowLatency ? kLowLatencyFrames : paFramesPerBufferUnspecified,
+                                        State::callback, state_.get());
     if (error != paNoError) {
         logError("pa_openstream failed {}", error);
-        state_->stream = nullptr;
         return;
     }
-    error = Pa_StartStream(state_->stream);
+    state_->ring.setDeviceLatency(static_cast<std::size_t>(
+        std::clamp(state_->stream.outputLatency() * kSampleRate, 0.0, kLargestLatency)));
+    error = state_->stream.start();
     if (error != paNoError) {
         logError("pa_startstream failed {}", error);
-        closeStream(state_->stream);
-        return;
+        state_->stream.close();
     }
-    rememberStream(state_->stream);
 }
 
 void audioOutput::write(const buff<float>& block, bool useResampler, bool stereo) noexcept {

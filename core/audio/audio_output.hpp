@@ -8,6 +8,8 @@
 
 namespace ferrow {
 
+class AudioRing;
+
 // Used from one context, but for the device's own callback.
 class audioOutput {
 public:
@@ -24,6 +26,9 @@ public:
 
     // Plays `block`: mono, or interleaved left and right. Dropped when no device is open.
     void write(const buff<float>& block, bool useResampler, bool stereo) noexcept;
+
+    // How the clocks stand, for tests and statistics; null before the first open.
+    const AudioRing* ring() const noexcept;
 
 private:
     struct State;

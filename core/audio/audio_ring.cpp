@@ -69,8 +69,9 @@ void AudioRing::follow(bool useResampler, std::int64_t now) noexcept {
         resyncs_ = 0;
     } else {
         primed_ = true;
-        if (level < 0 && target_ < kLargestTarget) {
-            target_ = target_ * 10 / 9;
+        if (level < 0) {
+            if (target_ < kLargestTarget)
+                target_ = target_ * 10 / 9;
             ++resyncs_;
         }
         if (!useResampler || level > kFullest || resyncs_ > kPatience)
@@ -119,19 +120,32 @@ void AudioRing::write(std::span<const float> block, bool useResampler, bool ster
     lastRight_ = lastRight;
 }
 
+// What is skipped must not come back when the reader has gone round the ring.
+void AudioRing::skip(std::int64_t frames) noexcept {
+    const auto end = static_cast<std::uint16_t>(read_ + frames);
+    for (auto left = std::min(frames, static_cast<std::int64_t>(kFrames)); left > 0; --left) {
+        const std::size_t at = 2 * static_cast<std::size_t>(read_++);
+        ring_[at].store(0, std::memory_order_relaxed);
+        ring_[at + 1].store(0, std::memory_order_relaxed);
+    }
+    read_ = end;
+}
+
 void AudioRing::read(float* out, std::size_t frames, std::int64_t now) noexcept {
     if (called_ && frames > 0) {
-        const double gap = static_cast<double>(now - lastCall_) / static_cast<double>(frames);
+        const auto buffer = static_cast<double>(frames + deviceLatency_);
+        const double gap = static_cast<double>(now - lastCall_) / buffer;
         if (gap > kPauseBuffers)
-            read_ = static_cast<std::uint16_t>(
-                read_ + static_cast<std::int64_t>((gap - 1) * static_cast<double>(frames)));
+            skip(static_cast<std::int64_t>((gap - 1) * buffer));
     }
     called_ = true;
     lastCall_ = now;
     for (std::size_t i = 0; i < frames; ++i) {
         const std::size_t at = 2 * static_cast<std::size_t>(read_++);
-        out[2 * i] = ring_[at].exchange(0, std::memory_order_relaxed);
-        out[2 * i + 1] = ring_[at + 1].exchange(0, std::memory_order_relaxed);
+        out[2 * i] = ring_[at].load(std::memory_order_relaxed);
+        out[2 * i + 1] = ring_[at + 1].load(std::memory_order_relaxed);
+        ring_[at].store(0, std::memory_order_relaxed);
+        ring_[at + 1].store(0, std::memory_order_relaxed);
     }
     position_.store(static_cast<std::uint32_t>(static_cast<std::uint16_t>(now)) << 16 | read_,
                     std::memory_order_release);

@@ -24,10 +24,15 @@ public:
     // The writer, while no reader runs: an empty ring. `target` stays.
     void reset();
 
+    // The writer, while no reader runs: frames that the device holds besides the buffer that it asks for. It
+    // catches up on that many after a late callback, so that less is no pause. Default 0; stays.
+    void setDeviceLatency(std::size_t frames) noexcept { deviceLatency_ = frames; }
+
     // The writer. Takes mono samples, or interleaved left and right (a last odd sample is ignored).
     void write(std::span<const float> block, bool useResampler, bool stereo, std::int64_t now) noexcept;
 
-    // The reader: fills `out` with `frames` interleaved frames and zeroes them here.
+    // The reader: fills `out` with `frames` interleaved frames and zeroes them here. After a pause of more
+    // than 2.5 of the device's buffers it leaves out what should have been played meanwhile.
     void read(float* out, std::size_t frames, std::int64_t now) noexcept;
 
     // For tests and statistics; the writer's thread.
@@ -46,6 +51,7 @@ private:
     void follow(bool useResampler, std::int64_t now) noexcept;
     std::uint16_t estimatedRead(std::int64_t now) const noexcept;
     void put(float left, float right) noexcept;
+    void skip(std::int64_t frames) noexcept;
 
     std::vector<std::atomic<float>> ring_;   // interleaved
     std::atomic<std::uint32_t> position_{0}; // time << 16 | read index
@@ -65,6 +71,7 @@ private:
     double levelSum_ = 0;
 
     // The reader's.
+    std::size_t deviceLatency_ = 0;
     std::uint16_t read_ = 0;
     std::int64_t lastCall_ = 0;
     bool called_ = false;

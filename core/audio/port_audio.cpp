@@ -1,21 +1,42 @@
 #include "core/audio/port_audio.hpp"
 
+#include "core/audio/sound_messages.hpp"
+#include "core/tasks/realtime.hpp"
+
+#include <chrono>
 #include <set>
+#include <thread>
 
 namespace ferrow {
 
 namespace {
+
+constexpr auto kLongestGoodbye = std::chrono::milliseconds(250); // for a device that calls no more
+
+std::atomic<bool> processLeaves{false};
 
 std::set<PaStream*>& runningStreams() {
     static auto* streams = new std::set<PaStream*>;
     return *streams;
 }
 
+bool waitUntilInactive(PaStream* stream, std::chrono::steady_clock::time_point end) {
+    while (Pa_IsStreamActive(stream) == 1) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+// No callback may look for objects while the process's static ones go.
 struct StreamsAtExit {
     ~StreamsAtExit() {
         const std::lock_guard lock(portAudioMutex());
+        processLeaves.store(true, std::memory_order_release);
+        const auto end = std::chrono::steady_clock::now() + kLongestGoodbye;
         for (PaStream* stream : runningStreams())
-            Pa_AbortStream(stream);
+            waitUntilInactive(stream, end);
     }
 };
 
@@ -27,22 +48,59 @@ std::mutex& portAudioMutex() {
 }
 
 void usePortAudio() {
-    static const PaError initialised = Pa_Initialize();
+    static const PaError initialised = [] {
+        takeSoundMessages();
+        return Pa_Initialize();
+    }();
     static_cast<void>(initialised);
     static const StreamsAtExit streamsAtExit;
 }
 
-void rememberStream(PaStream* stream) {
-    runningStreams().insert(stream);
+PaError SoundStream::open(const PaStreamParameters* input, const PaStreamParameters* output,
+                          double sampleRate, unsigned long frames, PaStreamCallback* callback, void* user) {
+    close();
+    closing_.store(false, std::memory_order_release);
+    entered_ = false;
+    const PaError error =
+        Pa_OpenStream(&stream_, input, output, sampleRate, frames, paNoFlag, callback, user);
+    if (error != paNoError)
+        stream_ = nullptr;
+    return error;
 }
 
-void closeStream(PaStream*& stream) {
-    if (stream == nullptr)
+PaError SoundStream::start() {
+    const PaError error = Pa_StartStream(stream_);
+    if (error == paNoError)
+        runningStreams().insert(stream_);
+    return error;
+}
+
+// Aborting cancels the callback's thread wherever it waits, also where it holds a lock of the sound server's
+// client, on which closing would wait for ever. So the callback is asked to leave first.
+void SoundStream::close() {
+    if (stream_ == nullptr)
         return;
-    runningStreams().erase(stream);
-    Pa_AbortStream(stream);
-    Pa_CloseStream(stream);
-    stream = nullptr;
+    closing_.store(true, std::memory_order_release);
+    waitUntilInactive(stream_, std::chrono::steady_clock::now() + kLongestGoodbye);
+    runningStreams().erase(stream_);
+    Pa_AbortStream(stream_);
+    Pa_CloseStream(stream_);
+    stream_ = nullptr;
+}
+
+double SoundStream::outputLatency() const noexcept {
+    const PaStreamInfo* info = Pa_GetStreamInfo(stream_);
+    return info != nullptr ? info->outputLatency : 0;
+}
+
+bool SoundStream::enter() noexcept {
+    if (processLeaves.load(std::memory_order_acquire) || closing_.load(std::memory_order_acquire))
+        return false;
+    if (!entered_) {
+        entered_ = true;
+        enterRealtimeClass(RealtimeLevel::Comms);
+    }
+    return true;
 }
 
 } // namespace ferrow

@@ -15,27 +15,25 @@ namespace ferrow {
 namespace {
 
 // The logger outlives the registry on purpose: threads may log while the process leaves.
-std::atomic<spdlog::logger*> current{nullptr};
+std::atomic<std::shared_ptr<spdlog::logger>*> current{nullptr};
 
 spdlog::level::level_enum toSpdlog(LogLevel level) {
     return static_cast<spdlog::level::level_enum>(level);
 }
 
 spdlog::logger& logger() {
-    if (spdlog::logger* opened = current.load(std::memory_order_acquire))
-        return *opened;
+    if (const auto* opened = current.load(std::memory_order_acquire))
+        return **opened;
     return *spdlog::default_logger_raw();
 }
 
 } // namespace
 
 void openLog(const char* path) {
-    static std::shared_ptr<spdlog::logger>* kept = nullptr;
     auto opened = spdlog::basic_logger_mt("fc", path);
     opened->flush_on(spdlog::level::err);
     spdlog::set_default_logger(opened);
-    kept = new std::shared_ptr<spdlog::logger>(opened);
-    current.store(kept->get(), std::memory_order_release);
+    current.store(new std::shared_ptr<spdlog::logger>(std::move(opened)), std::memory_order_release);
 }
 
 void setLogLevel(LogLevel level) {

@@ -135,27 +135,27 @@ void HpsdrRadio::startRadio() {
     }
     expectedSequence = 0;
     calibration.skipPackets();
-    const int slot = link->socket.allocateSend(kHpsdrCommandSize);
+    const int slot = allocateSend(kHpsdrCommandSize);
     if (slot < 0) {
         logError("***no tx buffers****");
         return;
     }
     sleepMilliseconds(20);
-    writeStartPacket(link->socket.txData(slot), DisableWatchdog.value());
-    link->comms.sendRing.push(slot);
+    writeStartPacket(packetAt(slot), DisableWatchdog.value());
+    queuePacket(slot);
     builder.setBank(0);
     streamNumber.fetch_add(1, std::memory_order_acq_rel);
     link->comms.running.store(true, std::memory_order_release);
 }
 
 void HpsdrRadio::stopRadio() {
-    const int slot = link->socket.allocateSend(kHpsdrCommandSize);
+    const int slot = allocateSend(kHpsdrCommandSize);
     if (slot < 0) {
         logError("HpsdrRadio::stopRadio no tx buffers {}", slot);
         return;
     }
-    writeStopPacket(link->socket.txData(slot));
-    link->comms.sendRing.push(slot);
+    writeStopPacket(packetAt(slot));
+    queuePacket(slot);
     link->comms.running.exchange(false, std::memory_order_acq_rel);
 }
 

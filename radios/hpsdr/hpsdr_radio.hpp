@@ -16,6 +16,7 @@
 #include "radios/hpsdr/j16.hpp"
 #include "radios/hpsdr/packet_builder.hpp"
 #include "radios/hpsdr/telemetry.hpp"
+#include "radios/hpsdr/wire.hpp"
 #include "trx/radio.hpp"
 
 #include <array>
@@ -114,6 +115,9 @@ private:
     // Transmit.
     void updateGains();
     void updateRxScale();
+    int allocateSend(std::size_t length);
+    std::uint8_t* packetAt(int slot);
+    bool queuePacket(int slot);
     void sendcommandcontrol(const buff<std::complex<float>>& block);
     PacketInputs packetInputs();
     int filterWord(long long frequency, bool transmit);
@@ -144,6 +148,8 @@ private:
     bool scalePtt = false;
     DriveTable driveTable;
     buff<std::complex<float>> silence;
+    std::array<std::uint8_t, kHpsdrPacketSize>
+        lostPacket{}; // where a packet is built that the send ring has no room for
 
     std::uint32_t expectedSequence = 0;
     long long lastPacketTime = 0;

@@ -87,6 +87,26 @@ PacketInputs HpsdrRadio::packetInputs() {
     return inputs;
 }
 
+namespace {
+
+constexpr int kNoRoom = DatagramSocket::kTransmitSlots; // stands for the slot of a packet that will be lost
+
+} // namespace
+
+// The slots go round as the ring does. Without room in the ring the next slot is one that still waits there,
+// so it is left alone and the packet is built aside.
+int HpsdrRadio::allocateSend(std::size_t length) {
+    return link->comms.sendRing.full() ? kNoRoom : link->socket.allocateSend(static_cast<int>(length));
+}
+
+std::uint8_t* HpsdrRadio::packetAt(int slot) {
+    return slot == kNoRoom ? lostPacket.data() : link->socket.txData(slot);
+}
+
+bool HpsdrRadio::queuePacket(int slot) {
+    return slot != kNoRoom && link->comms.sendRing.push(slot);
+}
+
 void HpsdrRadio::sendcommandcontrol(const buff<std::complex<float>>& block) {
     // The samples that are still in flight when ptt changes have the gain of before.
     if (gainSettle < 4) {
@@ -95,14 +115,14 @@ void HpsdrRadio::sendcommandcontrol(const buff<std::complex<float>>& block) {
         scalePtt = ptt.value();
         updateRxScale();
     }
-    const int slot = link->socket.allocateSend(kHpsdrPacketSize);
+    const int slot = allocateSend(kHpsdrPacketSize);
     if (slot < 0) {
         logError("scc no tx buffers");
         return;
     }
     PacketInputs inputs = packetInputs();
-    builder.build(link->socket.txData(slot), inputs, {block.data(), block.size()});
-    if (!link->comms.sendRing.push(slot))
+    builder.build(packetAt(slot), inputs, {block.data(), block.size()});
+    if (!queuePacket(slot))
         logError("HpsdrRadio::sendcommandcontrol can't queue");
 }
 

@@ -45,6 +45,14 @@ void decodeIq_ref(const std::uint8_t* at, std::size_t stride, std::size_t count,
     }
 }
 
+namespace {
+
+__m128i twoPairs(const std::uint8_t* at, std::size_t stride) {
+    return _mm_unpacklo_epi64(_mm_loadu_si64(at), _mm_loadu_si64(at + stride));
+}
+
+} // namespace
+
 void decodeIq(const std::uint8_t* at, std::size_t stride, std::size_t count, float scale, bool swapped,
               std::complex<float>* out) {
     // Eight bytes hold one I/Q pair: each value goes byte-reversed into the top of a 32-bit lane.
@@ -57,10 +65,9 @@ void decodeIq(const std::uint8_t* at, std::size_t stride, std::size_t count, flo
     const __m256 factor = _mm256_set1_ps(scale);
     std::size_t i = 0;
     for (; i + 4 <= count; i += 4, at += 4 * stride) {
-        long long pairs[4];
-        for (std::size_t k = 0; k < 4; ++k)
-            std::memcpy(&pairs[k], at + k * stride, 8);
-        const __m256i bytes = _mm256_setr_epi64x(pairs[0], pairs[1], pairs[2], pairs[3]);
+        const __m256i bytes = stride == 8
+                                  ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at))
+                                  : _mm256_set_m128i(twoPairs(at + 2 * stride, stride), twoPairs(at, stride));
         const __m256 values = _mm256_cvtepi32_ps(_mm256_shuffle_epi8(bytes, order));
         _mm256_storeu_ps(reinterpret_cast<float*>(out + i), _mm256_mul_ps(values, factor));
     }

@@ -28,6 +28,21 @@ inline long long wallClock100ns() {
     return duration_cast<nanoseconds>(system_clock::now().time_since_epoch()).count() / 100;
 }
 
+// Sends the oldest packet of the send ring, which keeps its place until it is sent: the radio may write to a
+// slot again as soon as it has left the ring. False when there is none.
+template <class Socket>
+bool sendOne(Socket& socket, CommsState& state) {
+    int slot;
+    if (!state.sendRing.front(slot))
+        return false;
+    struct Drop {
+        SlotRing<129>& ring;
+        ~Drop() { ring.drop(); }
+    } const drop{state.sendRing};
+    socket.send(slot);
+    return true;
+}
+
 // Runs until `state.exit`. `Socket` has receive, release and send of DatagramSocket. `Hooks` has
 //   int  enterRealtime()                          0, or the system's error number
 //   void post(int slot, long long time)           hands a received packet to the radio's serial queue, which
@@ -55,11 +70,8 @@ void rxCommsLoopRIO(Socket& socket, CommsState& state, Hooks& hooks) {
                 logError("rxCommsLoopRIO release rx ");
             }
             try {
-                int queued;
-                if (state.sendRing.pop(queued)) {
-                    socket.send(queued);
+                if (sendOne(socket, state))
                     state.sentPackets.fetch_add(1, std::memory_order_relaxed);
-                }
             } catch (...) {
                 logError("rxCommsLoopRIO send");
             }
@@ -78,9 +90,8 @@ void rxCommsLoopRIO(Socket& socket, CommsState& state, Hooks& hooks) {
         }
     }
     // A stop packet queued just before the end still has to reach the radio.
-    int queued;
-    while (state.sendRing.pop(queued))
-        socket.send(queued);
+    while (sendOne(socket, state)) {
+    }
 }
 
 } // namespace ferrow

@@ -212,7 +212,7 @@ void DatagramSocket::release(int slot) noexcept {
 int DatagramSocket::receive(int maxResults) noexcept {
     for (;;) {
         while (resultNext < resultCount) {
-            const SlotDescriptor& slot = *results[resultNext++].request;
+            const SlotDescriptor& slot = *results[resultNext++];
             if (slot.kind == SlotKind::TransmitData)
                 continue;
             if (slot.kind != SlotKind::ReceiveData || slot.index < 0 || slot.index >= rxCount) {
@@ -236,8 +236,7 @@ int DatagramSocket::dequeue(int maxResults) noexcept {
         return 0;
     const std::size_t limit = std::min(capacity, static_cast<std::size_t>(std::max(maxResults, 1)));
     while (finishedCount > 0 && resultCount < limit) {
-        const SlotDescriptor* slot = finished[finishedHead];
-        results[resultCount++] = {slot, slot->length};
+        results[resultCount++] = finished[finishedHead];
         finishedHead = (finishedHead + 1) % finished.size();
         --finishedCount;
     }
@@ -277,7 +276,7 @@ int DatagramSocket::takeDatagrams(std::size_t count) noexcept {
         const SlotDescriptor& slot = rxSlots[static_cast<std::size_t>(posted[postedHead])];
         const std::uint32_t bytes = std::min(headers[static_cast<std::size_t>(i)].msg_len, slot.length);
         std::memset(region + slot.offset + bytes, 0, slot.length - bytes);
-        results[resultCount++] = {&slot, bytes};
+        results[resultCount++] = &slot;
         postedHead = (postedHead + 1) % posted.size();
         --postedCount;
     }

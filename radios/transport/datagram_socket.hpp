@@ -100,11 +100,6 @@ public:
     std::uint16_t remotePort = 1024;
 
 private:
-    struct Result {
-        const SlotDescriptor* request;
-        std::uint32_t bytes;
-    };
-
     int open();
     void openSocket();
     bool mapRegion();
@@ -128,7 +123,7 @@ private:
     std::size_t postedHead = 0, postedCount = 0;
     std::vector<const SlotDescriptor*> finished; // sends that are done and not yet dequeued: a ring
     std::size_t finishedHead = 0, finishedCount = 0;
-    std::vector<Result> results;
+    std::vector<const SlotDescriptor*> results; // what the last dequeue gave: the slots that are finished
     std::size_t capacity = 0;
     std::vector<mmsghdr> headers;
     std::vector<iovec> pieces;

@@ -26,13 +26,33 @@ public:
         return true;
     }
 
-    // Consumer only. False when the ring is empty.
-    bool pop(int& slot) noexcept {
+    // Producer only: whether a push would be refused. What has left the ring, the producer may write to
+    // again.
+    bool full() const noexcept {
+        const std::size_t at = head.load(std::memory_order_relaxed);
+        return (at + 1 == Length ? 0 : at + 1) == tail.load(std::memory_order_acquire);
+    }
+
+    // Consumer only: the oldest entry, which stays in the ring until drop(). False when the ring is empty.
+    bool front(int& slot) const noexcept {
         const std::size_t at = tail.load(std::memory_order_relaxed);
         if (at == head.load(std::memory_order_acquire))
             return false;
         slot = slots[at];
+        return true;
+    }
+
+    // Consumer only, after front().
+    void drop() noexcept {
+        const std::size_t at = tail.load(std::memory_order_relaxed);
         tail.store(at + 1 == Length ? 0 : at + 1, std::memory_order_release);
+    }
+
+    // Consumer only. False when the ring is empty.
+    bool pop(int& slot) noexcept {
+        if (!front(slot))
+            return false;
+        drop();
         return true;
     }
 

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -52,13 +53,13 @@ public:
 private:
     static const std::string& path() {
         static const std::string name = [] {
-            char pattern[] = "/tmp/ferrow-log-XXXXXX";
-            const int file = mkstemp(pattern);
+            std::string pattern = std::filesystem::temp_directory_path() / "ferrow-log-XXXXXX";
+            const int file = mkstemp(pattern.data());
             close(file);
-            opener()(pattern);
+            opener()(pattern.c_str());
             setLogLevel(LogLevel::Trace);
             std::atexit([] { std::remove(path().c_str()); });
-            return std::string(pattern);
+            return pattern;
         }();
         return name;
     }

@@ -115,7 +115,7 @@ TEST(J16Objects, AllValuesDefaultTo0) {
 TEST(HpsdrRadio, StartSendsBanks0To9TwiceAndThenTheStartPacket) {
     Bench bench;
     bench.start();
-    const auto packets = bench.drain();
+    const auto packets = bench.take(11);
     ASSERT_EQ(packets.size(), 11u);
     for (std::size_t i = 0; i < 10; ++i) {
         ASSERT_TRUE(isData(packets[i])) << i;
@@ -148,7 +148,7 @@ TEST(HpsdrRadio, ControlWordsOfTheStartFollowTheProperties) {
         bench.radio->J16Set.set(3, 0, row);
     });
     bench.start();
-    const auto packets = bench.drain();
+    const auto packets = bench.take(11);
     ASSERT_EQ(packets.size(), 11u);
     EXPECT_EQ(control(packets[0], 0, 1), 2) << "rate code";
     EXPECT_EQ(control(packets[0], 0, 2), 0x42) << "the host's own filter row";
@@ -205,11 +205,11 @@ TEST(HpsdrRadio, StopAndStartKeepTheSocketAndStartTheSequenceAnew) {
     const auto port = bench.peer.lastPort();
     for (int round = 0; round < 3; ++round) {
         bench.stop();
-        auto packets = bench.drain();
+        auto packets = bench.take(1);
         ASSERT_EQ(packets.size(), 1u);
         EXPECT_TRUE(isCommand(packets[0], 0));
         bench.start();
-        packets = bench.drain();
+        packets = bench.take(11);
         ASSERT_EQ(packets.size(), 11u);
         EXPECT_EQ(sequenceOf(packets[0]), 0u);
         EXPECT_EQ(sequenceOf(packets[9]), 9u);
@@ -236,7 +236,7 @@ TEST(HpsdrRadio, ARadioThatNeverAnswersGetsTheStartAndNothingMore) {
     Bench bench;
     LogCapture log;
     bench.start();
-    EXPECT_EQ(bench.drain(300).size(), 11u);
+    EXPECT_EQ(bench.take(11).size(), 11u);
     EXPECT_EQ(log.count("[error]"), 1) << "only the capture's own record:\n" << log.text();
 }
 
@@ -303,7 +303,7 @@ TEST(HpsdrRadio, ANewReceiverRestartsTheStream) {
     bench.on([&] { bench.radio->maxHwReceivers.setFromHost(4); });
     bench.run();
     bench.on([&] { bench.radio->addHwReceiver(7100000); });
-    auto packets = bench.drain();
+    auto packets = bench.take(12);
     ASSERT_EQ(packets.size(), 12u);
     EXPECT_TRUE(isCommand(packets[0], 0));
     EXPECT_EQ(control(packets[1], 0, 4), 1 << 3 | 4) << "two receivers";
@@ -324,7 +324,7 @@ TEST(HpsdrRadio, ANewReceiverRestartsTheStream) {
     });
     EXPECT_TRUE(bench.drain().empty()) << "the firmware copes: no restart";
     bench.on([&] { bench.radio->transmit(buff<std::complex<float>>(126, 0.0f)); });
-    packets = bench.drain();
+    packets = bench.take(1);
     ASSERT_EQ(packets.size(), 1u);
     EXPECT_EQ(banksOf(packets[0]), std::make_pair(0, 1));
     EXPECT_EQ(control(packets[0], 0, 4), 2 << 3 | 4);
@@ -360,9 +360,34 @@ TEST(HpsdrRadio, DroppingTheLastHandleOfARunningRadioStopsIt) {
     for (int i = 0; i < 1000 && !gone.expired(); ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     EXPECT_TRUE(gone.expired());
-    const auto packets = bench.drain();
+    const auto packets = bench.take(1);
     ASSERT_EQ(packets.size(), 1u);
     EXPECT_TRUE(isCommand(packets[0], 0));
+}
+
+TEST(HpsdrRadio, AProcessMayEndWithARunningRadio) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            test::UdpPeer peer(test::ownAddress().c_str(), 1024);
+            test::startRuntime();
+            // Kept, as by a host that never releases its handle.
+            static std::shared_ptr<HpsdrRadio>* const kept =
+                new std::shared_ptr<HpsdrRadio>(std::make_shared<HpsdrRadio>(rootSyncTask));
+            onContext(*kept, [] {
+                (*kept)->ipAddress.setFromHost(test::ownAddress());
+                (*kept)->start();
+            });
+            std::thread traffic([&] {
+                peer.receive();
+                for (std::uint32_t i = 0;; ++i)
+                    peer.reply(ReceivePacket{i}.bytes());
+            });
+            traffic.detach();
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST(HpsdrRadio, DroppedAmidTrafficOnAnyThreadItEndsCleanly) {

@@ -112,10 +112,24 @@ struct Bench {
         return all;
     }
 
+    // Waits for `count` packets, and a moment longer for what should not come.
+    std::vector<Packet> take(std::size_t count) {
+        std::vector<Packet> all;
+        while (all.size() < count) {
+            auto packet = peer.receive(2000);
+            if (!packet)
+                return all;
+            all.push_back(*packet);
+        }
+        for (auto& more : drain(30))
+            all.push_back(more);
+        return all;
+    }
+
     // Starts and takes the start's own packets away.
     void run() {
         start();
-        const auto first = drain();
+        const auto first = take(11);
         ASSERT_EQ(first.size(), 11u);
     }
 
@@ -130,6 +144,22 @@ struct Bench {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
         return false;
+    }
+};
+
+// Sends packets of the given layout in sequence, slowly enough for one comms round each.
+struct Stream {
+    Bench& bench;
+    std::uint32_t next = 0;
+    ReceivePacket like{};
+
+    void send(int count) {
+        for (int i = 0; i < count; ++i) {
+            like.sequence = next++;
+            bench.send(like.bytes());
+            if (i % 16 == 15)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
     }
 };
 

@@ -13,7 +13,11 @@ void holdsOneLessThanItsLength(int usable) {
     EXPECT_FALSE(ring.pop(slot));
     for (int i = 0; i < usable; ++i)
         ASSERT_TRUE(ring.push(i));
+    EXPECT_TRUE(ring.full());
     EXPECT_FALSE(ring.push(999)) << "full";
+    EXPECT_TRUE(ring.front(slot));
+    EXPECT_EQ(slot, 0);
+    EXPECT_TRUE(ring.full()) << "looking takes nothing out";
     for (int i = 0; i < usable; ++i) {
         ASSERT_TRUE(ring.pop(slot));
         ASSERT_EQ(slot, i);

@@ -1,0 +1,112 @@
+#include "host/library.hpp"
+
+#include "host/failure.hpp"
+#include "host/interrupt.hpp"
+
+#include <fcntl.h>
+#include <ferrowcore/runtime.h>
+#include <ferrowcore/wireless.h>
+#include <filesystem>
+#include <fmt/format.h>
+#include <unistd.h>
+
+namespace ferrow {
+namespace {
+
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+constexpr auto kPumpPause = 5ms;
+
+// Sends stderr away: back ends of the sound system report there on every device that they fail to open.
+class QuietErrors {
+public:
+    explicit QuietErrors(bool quiet) {
+        if (!quiet)
+            return;
+        std::fflush(stderr);
+        saved_ = dup(STDERR_FILENO);
+        if (const int none = open("/dev/null", O_WRONLY | O_CLOEXEC); none >= 0) {
+            dup2(none, STDERR_FILENO);
+            close(none);
+        }
+    }
+    ~QuietErrors() {
+        if (saved_ < 0)
+            return;
+        dup2(saved_, STDERR_FILENO);
+        close(saved_);
+    }
+    QuietErrors(const QuietErrors&) = delete;
+    QuietErrors& operator=(const QuietErrors&) = delete;
+
+private:
+    int saved_ = -1;
+};
+
+} // namespace
+
+Library::Library(const LibraryOptions& options) : logFile_(options.logFile) {
+    if (logFile_.empty()) {
+        ownLog_ = true;
+        logFile_ = (fs::temp_directory_path() / fmt::format("ferrow-{}.log", getpid())).string();
+    }
+    try {
+        init(logFile_.c_str(), options.verbose ? 1 : 0);
+    } catch (const std::exception& error) {
+        throw Failure(fmt::format("cannot start the library: {}", error.what()));
+    }
+    renderer_ = std::jthread([](const std::stop_token& stop) {
+        while (!stop.stop_requested()) {
+            getRenderUpdates();
+            std::this_thread::sleep_for(kPumpPause);
+        }
+    });
+    const QuietErrors quiet(!options.verbose);
+    wireless_ = Object(Wireless_create());
+}
+
+Library::~Library() {
+    wireless_.reset();
+    settle();
+    renderer_.request_stop();
+    renderer_.join();
+    std::error_code error;
+    if (!ownLog_)
+        return;
+    if (fs::file_size(logFile_, error) == 0 && !error)
+        fs::remove(logFile_, error);
+    else if (!error)
+        fmt::print(stderr, "ferrow: the library's log is in {}\n", logFile_);
+}
+
+void Library::pump() {
+    getUpdates();
+}
+
+bool Library::pumpUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    for (;;) {
+        getUpdates();
+        if (done())
+            return true;
+        if (interrupted() || std::chrono::steady_clock::now() >= end)
+            return false;
+        std::this_thread::sleep_for(kPumpPause);
+    }
+}
+
+bool Library::settle(std::chrono::milliseconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    const int kept = wireless_ ? 1 : 0;
+    for (;;) {
+        getUpdates();
+        if (liveObjects() <= kept)
+            return true;
+        if (std::chrono::steady_clock::now() >= end)
+            return false;
+        std::this_thread::sleep_for(kPumpPause);
+    }
+}
+
+} // namespace ferrow

@@ -1,0 +1,47 @@
+// The library in this process: start-up, the two pumps, and a clean end.
+#pragma once
+
+#include "host/handle.hpp"
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <thread>
+
+namespace ferrow {
+
+struct LibraryOptions {
+    std::string logFile;  // empty: a file in the temporary folder, removed at the end if nothing was logged
+    bool verbose = false; // log from level info on, and let audio back ends talk on stderr
+};
+
+// Made once in a process. The thread that makes it owns all objects, and is the one that pumps getUpdates: no
+// callback but newSpectrum's, which comes on a thread of this class, runs beside the host's own code.
+class Library {
+public:
+    // Throws Failure if the log file cannot be written.
+    explicit Library(const LibraryOptions& options);
+    ~Library();
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+
+    // Runs the callbacks that wait.
+    void pump();
+
+    // Pumps until `done` says true, the time is up or an interrupt comes. Returns what `done` says at last.
+    bool pumpUntil(const std::function<bool()>& done, std::chrono::milliseconds limit);
+
+    // Pumps until every object that was released is gone. False if some are left after the limit.
+    bool settle(std::chrono::milliseconds limit = std::chrono::seconds(5));
+
+    // The application object.
+    Object& wireless() { return wireless_; }
+
+private:
+    std::string logFile_;
+    bool ownLog_ = false;
+    std::jthread renderer_;
+    Object wireless_;
+};
+
+} // namespace ferrow

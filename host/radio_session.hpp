@@ -1,0 +1,61 @@
+// A radio at work for the host, from the first setting to the last Deleted.
+#pragma once
+
+#include "host/discovery.hpp"
+#include "host/library.hpp"
+#include "host/transceiver.hpp"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ferrow {
+
+struct RadioOptions {
+    int sampleRate = 192000;
+    std::optional<int> gain; // RF gain, dB; nothing: the library's
+    bool takeOver = false;   // start it even if it serves another host
+};
+
+class RadioSession {
+public:
+    // Throws Failure if the radio serves another host already.
+    RadioSession(Library& library, const FoundRadio& radio, const RadioOptions& options);
+    // Stops, if that has not been done.
+    ~RadioSession();
+    RadioSession(const RadioSession&) = delete;
+    RadioSession& operator=(const RadioSession&) = delete;
+
+    // Makes a transceiver at `vfo` Hz; before start().
+    Transceiver& add(long long vfo);
+
+    // Starts radio and transceivers, and waits for samples. Throws Failure if none come.
+    void start();
+
+    // Throws Failure when samples have stopped coming. For the loop of a command.
+    void checkSamples() const;
+
+    // Stops the radio, gives everything back, and waits until the library has let go of it.
+    void stop();
+
+    // Gaps in the stream of the radio's packets so far.
+    int sequenceErrors() const { return sequenceErrors_; }
+    bool adcOverload() const { return adcOverload_; }
+    const std::vector<std::unique_ptr<Transceiver>>& transceivers() const { return transceivers_; }
+
+private:
+    void configure(const RadioOptions& options);
+    bool samplesSince(Transceiver::Clock::time_point time) const;
+
+    Library& library_;
+    FoundRadio found_;
+    int sequenceErrors_ = 0;
+    bool adcOverload_ = false;
+    bool started_ = false;
+    void* arrived_ = nullptr; // handle that vtrxAdded brought last
+    std::vector<std::unique_ptr<Transceiver>> transceivers_;
+    Object radio_;
+};
+
+} // namespace ferrow

@@ -1,0 +1,82 @@
+// One transceiver of a radio, with its mode and its gain control.
+#pragma once
+
+#include "host/handle.hpp"
+#include "host/spectrum.hpp"
+#include "host/tuning.hpp"
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <span>
+
+namespace ferrow {
+
+// Where a transceiver's sound goes.
+struct AudioChoice {
+    enum class Kind { Default, None, Device } kind = Kind::None;
+    int device = -1; // with Kind::Device: Value of an item of Wireless.outputDevices
+};
+
+class Transceiver {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    // Takes over the handle that vtrxAdded brought. Silent, and without a mode, until told otherwise.
+    explicit Transceiver(void* handle, long long vfo);
+    Transceiver(const Transceiver&) = delete;
+    Transceiver& operator=(const Transceiver&) = delete;
+
+    // Whether the library has handed over all that belongs to it.
+    bool ready() const { return static_cast<bool>(agc_); }
+
+    // Takes over a mode object and sets the filter for it, in Hz relative to vfo.
+    void setMode(Object mode, int low, int high);
+    // A voice mode with the tuning's filter.
+    void setMode(const Tuning& tuning);
+    void setAudio(const AudioChoice& audio);
+    // Plain gain in dB in place of the automatic one.
+    void setManualGain(double decibel);
+    // Width of the display: the radio's rate divided by `zoom`, a power of two, around vfo + offset.
+    void setSpectrum(bool foreground, double zoom, long long offset);
+
+    // Blocks of sound at 48000 a second, on the pumping thread.
+    std::function<void(std::span<const float>)> onAudio;
+    // Frames, on the render thread; set it before start().
+    std::function<void(const Spectrum&)> onSpectrum;
+
+    void start();
+    // Takes it off the radio.
+    void remove();
+    // Gives all handles back. The callbacks may still come until the library calls Deleted.
+    void release();
+
+    // A single answer of the hardware receiver that serves this transceiver: its centre in Hz. Asks for it;
+    // the answer stands here some blocks later, once samples flow.
+    void askCentre();
+    std::optional<double> centre() const { return centre_; }
+
+    long long vfo() const { return vfo_; }
+    // dB, the peak power after the filter; nothing until the library has given one.
+    std::optional<double> signalStrength() const { return strength_; }
+    bool tuningValid() const { return tuningValid_; }
+    // Time of the last block of sound; nothing before the first.
+    std::optional<Clock::time_point> lastSamples() const { return lastSamples_; }
+    const Object& object() const { return vtrx_; }
+    const Object& mode() const { return mode_; }
+
+private:
+    void takeAudio(void* array);
+    void takeSpectrum(void* array, double low, double high, int rate);
+
+    long long vfo_;
+    Object mode_;
+    Object agc_;
+    std::optional<double> strength_;
+    bool tuningValid_ = true;
+    std::optional<Clock::time_point> lastSamples_;
+    std::optional<double> centre_;
+    Object vtrx_; // last: goes first
+};
+
+} // namespace ferrow

@@ -1,0 +1,99 @@
+#include "tests/host/program.hpp"
+
+#include "host/sound_file.hpp"
+#include "tests/host/temporary.hpp"
+
+#include <nlohmann/json.hpp>
+
+using namespace ferrow::test;
+
+TEST(HostProgram, HelpIsEverywhere) {
+    EXPECT_EQ(runFerrow({"--help"}).code, 0);
+    for (const char* command : {"discover", "devices", "listen", "ft8", "demo"}) {
+        const Outcome help = runFerrow({command, "--help"});
+        EXPECT_EQ(help.code, 0) << command;
+        EXPECT_NE(help.output.find("Usage"), std::string::npos) << command;
+        EXPECT_NE(runFerrow({"--help"}).output.find(command), std::string::npos);
+    }
+}
+
+TEST(HostProgram, WrongCommandLinesEndWithTwo) {
+    const std::vector<std::vector<std::string>> wrong = {
+        {},
+        {"no-such-command"},
+        {"discover", "--timeout", "soon"},
+        {"discover", "--timeout", "-1"},
+        {"discover", "not-an-address"},
+        {"discover", "--no-broadcast"},
+        {"listen"},
+        {"listen", "--radio", "127.61.1.1"},
+        {"listen", "--tune", "14.2M:usb"},
+        {"listen", "--radio", "127.61.1.1", "--tune", "14.2Q:usb"},
+        {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:xyz"},
+        {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:usb[9:8]"},
+        {"listen", "--radio", "nowhere", "--tune", "14.2M:usb"},
+        {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--rate", "50"},
+        {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--device", "loud"},
+        {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--duration", "-3"},
+        {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--gain", "much"},
+        {"ft8"},
+        {"ft8", "--radio", "127.61.1.1"},
+        {"ft8", "--radio", "127.61.1.1", "--band", "11m"},
+        {"ft8", "--radio", "127.61.1.1", "--band", "160m", "--ft4"},
+        {"ft8", "--radio", "127.61.1.1", "a.wav"},
+        {"ft8", "--radio", "127.61.1.1", "--dial", "14.O74M"},
+        {"demo", "--loud"},
+    };
+    for (const auto& arguments : wrong) {
+        const Outcome outcome = runFerrow(arguments);
+        EXPECT_EQ(outcome.code, 2) << ::testing::PrintToString(arguments) << outcome.output;
+        EXPECT_FALSE(outcome.output.empty());
+    }
+}
+
+TEST(HostProgram, ARadioThatDoesNotAnswerEndsWithOne) {
+    for (const auto& arguments :
+         {std::vector<std::string>{"listen", "--radio", "127.61.1.2", "--tune", "14.2M:usb"},
+          {"ft8", "--radio", "127.61.1.2", "--band", "20m"}}) {
+        const Outcome outcome = runFerrow(arguments);
+        EXPECT_EQ(outcome.code, 1);
+        EXPECT_NE(outcome.output.find("no radio answers at 127.61.1.2"), std::string::npos) << outcome.output;
+    }
+}
+
+TEST(HostProgram, BadPathsEndWithOne) {
+    const Outcome wav =
+        runFerrow({"listen", "--radio", "127.61.1.3", "--tune", "14.2M:usb", "--wav", "/proc/no/such"});
+    EXPECT_EQ(wav.code, 1);
+    EXPECT_NE(wav.output.find("/proc/no/such"), std::string::npos) << wav.output;
+    EXPECT_EQ(runFerrow({"ft8", "--radio", "127.61.1.3", "--band", "20m", "--keep", "/proc/no/such"}).code,
+              1);
+    EXPECT_EQ(runFerrow({"devices", "--log", "/proc/no/such/log"}).code, 1);
+    const Outcome file = runFerrow({"ft8", "/no/such/file.wav"});
+    EXPECT_EQ(file.code, 1);
+    EXPECT_NE(file.output.find("/no/such/file.wav"), std::string::npos) << file.output;
+}
+
+TEST(HostProgram, DevicesAreJson) {
+    const Outcome outcome = runFerrow({"devices", "--json"});
+    EXPECT_EQ(outcome.code, 0);
+    const auto json = nlohmann::json::parse(outcome.output);
+    EXPECT_EQ(json.at("outputs").at(0).at("label"), "None");
+    EXPECT_EQ(json.at("outputs").at(0).at("value"), -1);
+    EXPECT_EQ(json.at("inputs").at(0).at("value"), 0);
+}
+
+TEST(HostProgram, DiscoveryWithoutAnAnswerIsAnEmptyList) {
+    const Outcome outcome =
+        runFerrow({"discover", "--no-broadcast", "127.61.1.4", "--timeout", "0.1", "--json"});
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_EQ(outcome.output, "[]\n");
+}
+
+TEST(HostProgram, OneBadFileDoesNotStopTheOthers) {
+    const TemporaryFolder folder;
+    ferrow::WavWriter(folder.file("260301_120015.wav"), 12000).write(std::vector<float>(180000));
+    const Outcome outcome = runFerrow({"ft8", "/no/such.wav", folder.file("260301_120015.wav")});
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_NE(outcome.output.find("260301_120015.wav: 0 decoded"), std::string::npos) << outcome.output;
+}
