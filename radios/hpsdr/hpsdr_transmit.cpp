@@ -1,6 +1,7 @@
 #include "core/tasks/log.hpp"
 #include "radios/hpsdr/hpsdr_radio.hpp"
 #include "radios/hpsdr/wire.hpp"
+#include "trx/hertz.hpp"
 #include "trx/vtrx.hpp"
 
 #include <algorithm>
@@ -52,7 +53,8 @@ PacketInputs HpsdrRadio::packetInputs() {
         inputs.control.tune = tuning;
         inputs.hasTransmitter = true;
         inputs.transmitterFrequency =
-            std::max(0LL, txVtrx->vfo.value() - TransceiverOffset.value()) + txVtrx->TxOffset.value();
+            std::max(0LL, boundedHertz(txVtrx->vfo.value()) - boundedHertz(TransceiverOffset.value())) +
+            txVtrx->TxOffset.value();
     }
     const DriveEntry& entry = driveTable[level];
     inputs.driveGain = entry.gain;
