@@ -11,7 +11,6 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
-#include <regex>
 
 namespace ferrow {
 namespace {
@@ -25,15 +24,20 @@ Ft8MessageBits bitsOf(const ferrow_ft8_result& result) {
 } // namespace
 
 SlotTime slotTimeOf(const std::string& path) {
-    static const std::regex pattern(R"((\d\d)(\d\d)(\d\d)_(\d\d)(\d\d)(\d\d)?.*)");
-    std::smatch part;
+    // yymmdd_hhmm, and ss for periods below a minute; anything may follow.
     const std::string name = std::filesystem::path(path).stem().string();
-    if (!std::regex_match(name, part, pattern))
+    const auto digits = [&name](std::size_t at, std::size_t count) {
+        return name.size() >= at + count &&
+               std::all_of(name.begin() + static_cast<std::ptrdiff_t>(at),
+                           name.begin() + static_cast<std::ptrdiff_t>(at + count),
+                           [](char c) { return c >= '0' && c <= '9'; });
+    };
+    if (!digits(0, 6) || name[6] != '_' || !digits(7, 4))
         return {"------", ""};
-    const std::string seconds = part[6].matched ? part[6].str() : "00";
-    return {part[4].str() + part[5].str() + seconds,
-            fmt::format("20{}-{}-{}T{}:{}:{}Z", part[1].str(), part[2].str(), part[3].str(), part[4].str(),
-                        part[5].str(), seconds)};
+    const std::string seconds = digits(11, 2) ? name.substr(11, 2) : "00";
+    return {name.substr(7, 4) + seconds,
+            fmt::format("20{}-{}-{}T{}:{}:{}Z", name.substr(0, 2), name.substr(2, 2), name.substr(4, 2),
+                        name.substr(7, 2), name.substr(9, 2), seconds)};
 }
 
 std::vector<Ft8Line> Ft8Reader::read(const std::string& path) {

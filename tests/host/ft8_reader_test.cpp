@@ -139,6 +139,10 @@ TEST(SlotTimes, ComeFromTheFileName) {
     EXPECT_EQ(slotTimeOf("/tmp/x/260301_120015.wav").clock, "120015");
     EXPECT_EQ(slotTimeOf("/tmp/x/260301_120015.wav").iso, "2026-03-01T12:00:15Z");
     EXPECT_EQ(slotTimeOf("260301_1200.wav").clock, "120000");
+    EXPECT_EQ(slotTimeOf("260301_120015_20m.wav").clock, "120015");
+    EXPECT_EQ(slotTimeOf("260301-120015.wav").clock, "------");
+    EXPECT_EQ(slotTimeOf("260301_.wav").clock, "------");
+    EXPECT_EQ(slotTimeOf("260301.wav").clock, "------");
     EXPECT_EQ(slotTimeOf("recording.wav").clock, "------");
     EXPECT_EQ(slotTimeOf("recording.wav").iso, "");
     EXPECT_EQ(slotTimeOf("").clock, "------");
