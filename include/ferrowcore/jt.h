@@ -44,7 +44,8 @@ FERROW_API void JTModDemod_setendPadding(void* handle, int value);
 FERROW_API void JTModDemod_bindperiod(void* handle, void (*callback)(int value));
 FERROW_API void JTModDemod_setperiod(void* handle, int value);
 
-/* samplesPerBlock: stored values of a period, default 151200; 180000 is the whole of an FT8 slot. */
+/* samplesPerBlock: stored values of a period, default 151200, at most 2^25; 180000 is the whole of an FT8
+ * slot. */
 FERROW_API void JTModDemod_bindsamplesPerBlock(void* handle, void (*callback)(int value));
 FERROW_API void JTModDemod_setsamplesPerBlock(void* handle, int value);
 
@@ -69,7 +70,8 @@ FERROW_API void JTModDemod_setsaveDirectory(void* handle, const char* value);
 FERROW_API void JTModDemod_bindnewFile(void* handle, void (*callback)(const char* nameAndMarker));
 
 /* Queues a transmission for the period that holds `startMs` milliseconds since the top of the hour; `tones`
- * is a floatArray with a tone number for each symbol. A second call replaces the first. */
+ * is a floatArray with a tone number for each symbol. A second call replaces the first. It starts only in a period whose
+ * beginning the mode has seen, and only while Enabled; ptt without a message ends by itself. */
 FERROW_API void JTModDemod_queueMsg(void* handle, void* tones, int marker, int startMs);
 
 FERROW_END_C

@@ -10,7 +10,7 @@
 FERROW_BEGIN_C
 
 /* What all modes have in common; its functions take the handle of any mode. A plain modDemod is silent. A
- * mode serves one transceiver at a time. */
+ * mode serves one transceiver at a time: the last one that it was given to. */
 
 FERROW_API void* modDemod_create(void);
 FERROW_API void modDemod_release(void* handle);
