@@ -14,35 +14,74 @@ namespace {
 
 constexpr int kFarthestBehind = -16384; // samples: beyond this the reader starts again
 constexpr int kLargestLag = -8192;
+constexpr std::int64_t kStalled = 48000; // ticks without a sign of life
 constexpr auto kIdle = std::chrono::milliseconds(101);
 
 } // namespace
 
+// One opening of the device.
 struct audioInputStream::Device {
+    explicit Device(audioInputStream& opener) : owner(opener) {}
+
+    audioInputStream& owner;
     SoundStream stream;
 
     static int callback(const void* input, void*, unsigned long frames, const PaStreamCallbackTimeInfo*,
                         PaStreamCallbackFlags, void* self) {
-        auto& owner = *static_cast<audioInputStream*>(self);
-        if (!owner.opened_->stream.enter())
+        auto& device = *static_cast<Device*>(self);
+        if (!device.stream.enter())
             return paAbort;
-        return owner.capture(static_cast<const float*>(input), frames) ? paContinue : paComplete;
+        return device.owner.capture(static_cast<const float*>(input), frames) ? paContinue : paComplete;
+    }
+
+    static void finishedCallback(void* self) {
+        auto& device = *static_cast<Device*>(self);
+        if (device.stream.enter())
+            device.owner.finished();
     }
 };
 
 audioInputStream::audioInputStream(std::string name, int device, int sampleRate)
-    : name_(std::move(name)), device_(device), sampleRate_(sampleRate), opened_(std::make_unique<Device>()) {}
+    : name_(std::move(name)), device_(device), sampleRate_(sampleRate) {}
 
 audioInputStream::~audioInputStream() {
+    close();
+}
+
+void audioInputStream::close() {
+    if (!opened_)
+        return;
     const std::lock_guard lock(portAudioMutex());
-    opened_->stream.close();
+    SoundStream::close({opened_, &opened_->stream});
 }
 
 void audioInputStream::acquire() {
     users_.fetch_add(1);
-    Phase idle = Phase::Idle;
-    if (device_ >= 0 && phase_.compare_exchange_strong(idle, Phase::Opening))
+    if (device_ < 0)
+        return;
+    Phase phase = Phase::Idle;
+    if (phase_.compare_exchange_strong(phase, Phase::Opening) ||
+        (phase == Phase::Live && stalled() && phase_.compare_exchange_strong(phase, Phase::Opening)))
         open();
+}
+
+// A device that gives no sign of life does not notice that it is to stop.
+void audioInputStream::release() {
+    if (users_.fetch_sub(1) > 1 || !stalled())
+        return;
+    Phase live = Phase::Live;
+    if (!phase_.compare_exchange_strong(live, Phase::Opening))
+        return;
+    close();
+    phase_.store(Phase::Idle);
+    Phase idle = Phase::Idle;
+    if (users() > 0 && phase_.compare_exchange_strong(idle, Phase::Opening))
+        open();
+}
+
+// A device that was lost does not always tell.
+bool audioInputStream::stalled() const noexcept {
+    return audioTicks() - lastSign_.load(std::memory_order_acquire) > kStalled;
 }
 
 void audioInputStream::prepareRing() {
@@ -55,33 +94,35 @@ void audioInputStream::prepareRing() {
 
 void audioInputStream::open() {
     logInfo("pa_start {}", name_);
+    close();
+    captured_.store(false, std::memory_order_release);
+    prepareRing();
+    opened_ = std::make_shared<Device>(*this);
+    SoundStream& stream = opened_->stream;
     const std::lock_guard lock(portAudioMutex());
     usePortAudio();
-    SoundStream& stream = opened_->stream;
-    stream.close();
-    prepareRing();
     PaStreamParameters parameters{};
     parameters.device = device_;
     parameters.channelCount = 1;
     parameters.sampleFormat = paFloat32;
     if (const PaDeviceInfo* info = Pa_GetDeviceInfo(device_))
         parameters.suggestedLatency = info->defaultLowInputLatency;
-    PaError error =
-        stream.open(&parameters, nullptr, sampleRate_, paFramesPerBufferUnspecified, Device::callback, this);
+    PaError error = stream.open(&parameters, nullptr, sampleRate_, paFramesPerBufferUnspecified,
+                                Device::callback, opened_.get());
     if (error != paNoError) {
         logError("pa_openstream failed {} {} {}", name_, device_, error);
         phase_.store(Phase::Idle);
         return;
     }
-    error = Pa_SetStreamFinishedCallback(
-        stream.get(), [](void* self) { static_cast<audioInputStream*>(self)->finished(); });
+    error = Pa_SetStreamFinishedCallback(stream.get(), Device::finishedCallback);
     if (error != paNoError)
         logError("Pa_SetStreamFinishedCallback failed {} {} {}", name_, device_, error);
+    lastSign_.store(audioTicks(), std::memory_order_release);
     phase_.store(Phase::Live);
     error = stream.start();
     if (error != paNoError) {
         logError("pa_startstream failed {} {} {}", name_, device_, error);
-        stream.close();
+        SoundStream::close({opened_, &stream});
         phase_.store(Phase::Idle);
         return;
     }
@@ -103,7 +144,9 @@ bool audioInputStream::capture(const float* block, std::size_t count) noexcept {
         ring_[index++].store(value, std::memory_order_relaxed);
     }
     peak_.store(peak, std::memory_order_relaxed);
-    const auto time = static_cast<std::uint16_t>(audioTicks());
+    const std::int64_t now = audioTicks();
+    lastSign_.store(now, std::memory_order_release);
+    const auto time = static_cast<std::uint16_t>(now);
     position_.exchange(static_cast<std::uint32_t>(time) << 16 | index, std::memory_order_acq_rel);
     captured_.store(true, std::memory_order_release);
     if (users() > 0)

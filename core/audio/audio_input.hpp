@@ -29,7 +29,7 @@ public:
     // A user comes or goes. The first one opens the device; with the last one gone the device stops by
     // itself.
     void acquire();
-    void release() noexcept { users_.fetch_sub(1); }
+    void release();
     int users() const noexcept { return users_.load(); }
 
     // Largest magnitude in the device's last block.
@@ -57,6 +57,8 @@ private:
     struct Device;
 
     void open();
+    void close();
+    bool stalled() const noexcept;
 
     std::string name_;
     int device_;
@@ -66,8 +68,9 @@ private:
     std::atomic<bool> captured_{false};
     std::atomic<float> peak_{0};
     std::atomic<std::uint32_t> position_{0}; // 48 kHz ticks << 16 | write index
+    std::atomic<std::int64_t> lastSign_{0};  // tick of the last capture, or of the start
     std::vector<std::atomic<float>> ring_;
-    std::unique_ptr<Device> opened_;
+    std::shared_ptr<Device> opened_; // of whoever moved the phase to Opening
 };
 
 // A transceiver's view of a capture device: 48 kHz, a little behind the device. Used from one context.

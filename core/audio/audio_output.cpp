@@ -18,6 +18,8 @@ constexpr double kLargestLatency = 16384; // frames
 } // namespace
 
 struct audioOutput::State {
+    explicit State(double target) : ring(target) {}
+
     AudioRing ring;
     SoundStream stream;
     int id = -1;
@@ -38,10 +40,14 @@ struct audioOutput::State {
 audioOutput::audioOutput() = default;
 
 audioOutput::~audioOutput() {
+    close();
+}
+
+void audioOutput::close() {
     if (!state_)
         return;
     const std::lock_guard lock(portAudioMutex());
-    state_->stream.close();
+    SoundStream::close({state_, &state_->stream});
 }
 
 int audioOutput::id() const noexcept {
@@ -57,17 +63,14 @@ const AudioRing* audioOutput::ring() const noexcept {
 }
 
 void audioOutput::open(int id) {
-    if (!state_) {
-        if (id < 0)
-            return;
-        state_ = std::make_unique<State>();
-    }
-    const std::lock_guard lock(portAudioMutex());
-    state_->stream.close();
-    state_->ring.reset();
+    if (!state_ && id < 0)
+        return;
+    close();
+    state_ = std::make_shared<State>(state_ ? state_->ring.target() : AudioRing::kTarget);
     state_->id = id;
     if (id < 0)
         return;
+    const std::lock_guard lock(portAudioMutex());
     usePortAudio();
     const bool lowLatency = id >= AudioProvider::kLowLatency;
     PaStreamParameters parameters{};
@@ -92,7 +95,7 @@ void audioOutput::open(int id) {
     error = state_->stream.start();
     if (error != paNoError) {
         logError("pa_startstream failed {}", error);
-        state_->stream.close();
+        SoundStream::close({state_, &state_->stream});
     }
 }
 

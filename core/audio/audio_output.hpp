@@ -18,7 +18,7 @@ public:
     audioOutput& operator=(const audioOutput&) = delete;
     ~audioOutput();
 
-    // Closes any stream, resets the ring and opens device `id` at 48000 Hz: a PortAudio index, that plus 1000
+    // Closes any stream and opens device `id` at 48000 Hz: a PortAudio index, that plus 1000
     // for low latency, or a negative number for none. Failures are logged and leave the stream closed.
     void open(int id);
     int id() const noexcept;
@@ -31,8 +31,11 @@ public:
     const AudioRing* ring() const noexcept;
 
 private:
-    struct State;
-    std::unique_ptr<State> state_;
+    struct State; // of one opening
+
+    void close();
+
+    std::shared_ptr<State> state_;
 };
 
 } // namespace ferrow

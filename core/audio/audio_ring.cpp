@@ -21,7 +21,7 @@ std::int64_t audioTicks() noexcept {
     return ns / 125000 * 6 + ns % 125000 * 6 / 125000;
 }
 
-AudioRing::AudioRing() : ring_(2 * kFrames) {
+AudioRing::AudioRing(double target) : ring_(2 * kFrames), target_(target) {
     reset();
 }
 

@@ -19,7 +19,9 @@ class AudioRing {
 public:
     static constexpr std::size_t kFrames = 65536;
 
-    AudioRing();
+    static constexpr double kTarget = 512;
+
+    explicit AudioRing(double target = kTarget);
 
     // The writer, while no reader runs: an empty ring. `target` stays.
     void reset();
@@ -61,7 +63,7 @@ private:
     int skipBlocks_ = 0;
     bool primed_ = false;
     int resyncs_ = 0;
-    double target_ = 512.0;
+    double target_;
     double ratio_ = 1.0;
     double integral_ = 0;
     double fraction_ = 0;

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <set>
 #include <thread>
+#include <utility>
 
 namespace ferrow {
 
@@ -36,7 +37,8 @@ struct StreamsAtExit {
         processLeaves.store(true, std::memory_order_release);
         const auto end = std::chrono::steady_clock::now() + kLongestGoodbye;
         for (PaStream* stream : runningStreams())
-            waitUntilInactive(stream, end);
+            if (waitUntilInactive(stream, end))
+                Pa_AbortStream(stream); // only joins its thread
     }
 };
 
@@ -58,9 +60,6 @@ void usePortAudio() {
 
 PaError SoundStream::open(const PaStreamParameters* input, const PaStreamParameters* output,
                           double sampleRate, unsigned long frames, PaStreamCallback* callback, void* user) {
-    close();
-    closing_.store(false, std::memory_order_release);
-    entered_ = false;
     const PaError error =
         Pa_OpenStream(&stream_, input, output, sampleRate, frames, paNoFlag, callback, user);
     if (error != paNoError)
@@ -76,16 +75,23 @@ PaError SoundStream::start() {
 }
 
 // Aborting cancels the callback's thread wherever it waits, also where it holds a lock of the sound server's
-// client, on which closing would wait for ever. So the callback is asked to leave first.
-void SoundStream::close() {
-    if (stream_ == nullptr)
+// client, on which the rest would wait for ever. So the callback is asked to leave first, and a device that
+// calls no more may keep only a thread of its own waiting.
+void SoundStream::close(const std::shared_ptr<SoundStream>& stream) {
+    if (!stream || !stream->isOpen())
         return;
-    closing_.store(true, std::memory_order_release);
-    waitUntilInactive(stream_, std::chrono::steady_clock::now() + kLongestGoodbye);
-    runningStreams().erase(stream_);
-    Pa_AbortStream(stream_);
-    Pa_CloseStream(stream_);
-    stream_ = nullptr;
+    PaStream* closed = std::exchange(stream->stream_, nullptr);
+    stream->closing_.store(true, std::memory_order_release);
+    runningStreams().erase(closed);
+    if (waitUntilInactive(closed, std::chrono::steady_clock::now() + kLongestGoodbye)) {
+        Pa_CloseStream(closed);
+        return;
+    }
+    std::thread([stream, closed] {
+        Pa_AbortStream(closed);
+        const std::lock_guard lock(portAudioMutex());
+        Pa_CloseStream(closed);
+    }).detach();
 }
 
 double SoundStream::outputLatency() const noexcept {

@@ -5,6 +5,7 @@
 #include <portaudio.h>
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 
 namespace ferrow {
@@ -14,13 +15,12 @@ std::mutex& portAudioMutex();
 // Initialises on first use, without looking at the result. The caller holds the mutex.
 void usePortAudio();
 
-// A stream and its end. But for `enter`, the caller holds the mutex.
+// A stream and its end; shared with whoever closes it. But for `enter`, the caller holds the mutex.
 class SoundStream {
 public:
     SoundStream() = default;
     SoundStream(const SoundStream&) = delete;
     SoundStream& operator=(const SoundStream&) = delete;
-    ~SoundStream() { close(); }
 
     PaError open(const PaStreamParameters* input, const PaStreamParameters* output, double sampleRate,
                  unsigned long frames, PaStreamCallback* callback, void* user);
@@ -28,8 +28,9 @@ public:
     bool isOpen() const noexcept { return stream_ != nullptr; }
     PaStream* get() const noexcept { return stream_; }
 
-    // Returns when no callback runs any more.
-    void close();
+    // Ends an open stream and what it plays or captures, within a quarter of a second. One whose device does
+    // not answer is closed later, by a thread of its own that keeps `stream` until then.
+    static void close(const std::shared_ptr<SoundStream>& stream);
 
     // Seconds that the open stream's device holds.
     double outputLatency() const noexcept;

@@ -10,7 +10,12 @@ using namespace test;
 
 constexpr double kSeconds = 5.5;
 constexpr std::size_t kWindow = 2400; // 50 ms
-constexpr int kFiner = 8;             // steps of the reference between two samples
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+constexpr int kAttempts = 1;
+#else
+constexpr int kAttempts = 3;
+#endif
+constexpr int kFiner = 8; // steps of the reference between two samples
 
 // How the recording lies over what was sent, window by window.
 struct Comparison {
@@ -92,7 +97,7 @@ protected:
 
     Result best(const char* name, int output) {
         Result result;
-        for (int attempt = 1; attempt <= 3; ++attempt) {
+        for (int attempt = 1; attempt <= kAttempts; ++attempt) {
             result = play(output);
             report(name, result);
             if (result.gaps == 0 && result.windows > 0)
@@ -153,10 +158,13 @@ protected:
     }
 
     static void expectGood(const Result& r) {
-        EXPECT_GE(r.mean, 0.99);
-        EXPECT_EQ(r.gaps, 0);
         EXPECT_GE(r.windows, 70);
         EXPECT_TRUE(r.sameChannels);
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+        return; // too slow for real time
+#endif
+        EXPECT_GE(r.mean, 0.99);
+        EXPECT_EQ(r.gaps, 0);
         EXPECT_GE(r.ratio, 0.997);
         EXPECT_LE(r.ratio, 1.003);
     }
