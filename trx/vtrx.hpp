@@ -109,6 +109,7 @@ public:
     const std::shared_ptr<modDemod>& mode() const noexcept { return mode_; }
     bool running() const noexcept { return running_; }
     const ferrow::audioOutput& output() const noexcept { return audioOut_; }
+    Sidetone& sidetone() noexcept { return audioOut_.sidetone(); } // any thread
     const audioInputReader& microphone() const noexcept { return micIn_; }
 
 private:

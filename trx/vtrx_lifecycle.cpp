@@ -105,6 +105,9 @@ void vtrx::setModulation(std::shared_ptr<modDemod> mode) {
     if (mode_)
         mode_->unlinkFrom(*this);
     mode_ = std::move(mode);
+    // What the old mode has keyed, nobody would release.
+    sidetone().fromKey.store(false, std::memory_order_release);
+    sidetone().fromMode.store(false, std::memory_order_release);
     if (!mode_)
         return;
     mode_->linkTo(std::static_pointer_cast<vtrx>(shared_from_this()));

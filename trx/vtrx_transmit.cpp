@@ -107,6 +107,8 @@ void vtrx::produceTxChunk() {
                 const std::span<float> microphone(txMicrophone_.data(), kBlock);
                 readMicrophone(microphone);
                 toComplex(microphone, txIn_);
+                // A mode may leave the block alone.
+                std::fill(txFilter_.input.begin(), txFilter_.input.end(), std::complex<float>());
                 modulate(txIn_, txFilter_.input);
                 if (filtered)
                     txFilter_.run();

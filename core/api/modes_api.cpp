@@ -1,5 +1,6 @@
 #include "core/api/bridge.hpp"
 #include "modes/am_mod_demod.hpp"
+#include "modes/fm_mod_demod.hpp"
 #include "modes/ssb_mod_demod.hpp"
 
 #include <ferrowcore/modes.h>
@@ -30,5 +31,17 @@ void ssbModDemod_bindcompression(void* handle, void (*callback)(double)) { bind<
 void ssbModDemod_setcompression(void* handle, double value) { set<&ssbModDemod::compression>(handle, value, "ssbModDemod.compression.set"); }
 void ssbModDemod_bindUseMicEQ(void* handle, void (*callback)(bool)) { bind<&ssbModDemod::UseMicEQ>(handle, callback); }
 void ssbModDemod_setUseMicEQ(void* handle, bool value) { set<&ssbModDemod::UseMicEQ>(handle, value, "ssbModDemod.UseMicEQ.set"); }
+
+void* fmModDemod_create(void) { return create<fmModDemod>(); }
+void fmModDemod_bindcompression(void* handle, void (*callback)(double)) { bind<&fmModDemod::compression>(handle, callback); }
+void fmModDemod_setcompression(void* handle, double value) { set<&fmModDemod::compression>(handle, value, "fmModDemod.compression.set"); }
+void fmModDemod_binddeviation(void* handle, void (*callback)(double)) { bind<&fmModDemod::deviation>(handle, callback); }
+void fmModDemod_setdeviation(void* handle, double value) { set<&fmModDemod::deviation>(handle, value, "fmModDemod.deviation.set"); }
+void fmModDemod_bindCTCSS(void* handle, void (*callback)(double)) { bind<&fmModDemod::CTCSS>(handle, callback); }
+void fmModDemod_setCTCSS(void* handle, double value) { set<&fmModDemod::CTCSS>(handle, value, "fmModDemod.CTCSS.set"); }
+void fmModDemod_bindMaxDeviation(void* handle, void (*callback)(double)) { bind<&fmModDemod::MaxDeviation>(handle, callback); }
+void fmModDemod_setMaxDeviation(void* handle, double value) { set<&fmModDemod::MaxDeviation>(handle, value, "fmModDemod.MaxDeviation.set"); }
+void fmModDemod_bindStereo(void* handle, void (*callback)(bool)) { bind<&fmModDemod::Stereo>(handle, callback); }
+void fmModDemod_setStereo(void* handle, bool value) { set<&fmModDemod::Stereo>(handle, value, "fmModDemod.Stereo.set"); }
 
 } // extern "C"

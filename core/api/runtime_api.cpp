@@ -5,8 +5,9 @@
 
 namespace {
 
-// The transforms of the filters and of the spectrum: a chunk then never waits for the planner.
+// The transforms of the PSK bank's search, the filters and the spectrum: a chunk then never waits for the planner.
 void prepareWorker() {
+    ferrow::fft::prepare(512);
     ferrow::fft::prepare(1024);
     ferrow::fft::prepare(2048);
 }

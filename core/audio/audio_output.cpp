@@ -6,6 +6,7 @@
 #include "core/tasks/log.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace ferrow {
 
@@ -18,9 +19,11 @@ constexpr double kLargestLatency = 16384; // frames
 } // namespace
 
 struct audioOutput::State {
-    explicit State(double target) : ring(target) {}
+    State(double target, std::shared_ptr<const Sidetone> tone) : ring(target), sidetone(std::move(tone)) {}
 
     AudioRing ring;
+    std::shared_ptr<const Sidetone> sidetone;
+    SidetoneVoice voice;
     SoundStream stream;
     int id = -1;
 
@@ -33,11 +36,12 @@ struct audioOutput::State {
             return paAbort;
         }
         state.ring.read(out, frames, audioTicks());
+        state.voice.apply(*state.sidetone, out, frames);
         return paContinue;
     }
 };
 
-audioOutput::audioOutput() = default;
+audioOutput::audioOutput() : sidetone_(std::make_shared<Sidetone>()) {}
 
 audioOutput::~audioOutput() {
     close();
@@ -66,7 +70,7 @@ void audioOutput::open(int id) {
     if (!state_ && id < 0)
         return;
     close();
-    state_ = std::make_shared<State>(state_ ? state_->ring.target() : AudioRing::kTarget);
+    state_ = std::make_shared<State>(state_ ? state_->ring.target() : AudioRing::kTarget, sidetone_);
     state_->id = id;
     if (id < 0)
         return;

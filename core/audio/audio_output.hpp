@@ -1,6 +1,7 @@
 // A transceiver's way to a sound device: a ring that follows the device's clock.
 #pragma once
 
+#include "core/audio/sidetone.hpp"
 #include "core/buff/buff.hpp"
 
 #include <cstdint>
@@ -27,6 +28,9 @@ public:
     // Plays `block`: mono, or interleaved left and right. Dropped when no device is open.
     void write(const buff<float>& block, bool useResampler, bool stereo) noexcept;
 
+    // Sounds over what is played, on whichever device is open; lives as long as the output.
+    Sidetone& sidetone() noexcept { return *sidetone_; }
+
     // How the clocks stand, for tests and statistics; null before the first open.
     const AudioRing* ring() const noexcept;
 
@@ -35,6 +39,7 @@ private:
 
     void close();
 
+    std::shared_ptr<Sidetone> sidetone_; // also held by the callback of an opening
     std::shared_ptr<State> state_;
 };
 

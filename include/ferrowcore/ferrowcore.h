@@ -10,8 +10,8 @@
  *
  * Threads. Each object belongs to a serial context inside the library. _set, _reset and verbs do not touch the object:
  * they post a task that takes effect between sample blocks. Call them, _create, _release and _bind from one thread.
- * Callbacks run on the thread that pumps, never on one of the library's. At most 1024 sets wait for one context;
- * further ones are dropped, and logged.
+ * Callbacks run on the thread that pumps, never on one of the library's, but for the two of proxyModDemod. At most 1024
+ * sets wait for one context; further ones are dropped, and logged.
  *
  * Values. _bind stores the callback (null unbinds) and, if the library has given the value, replays it by the next pump.
  * A value that the host sets does not come back as a callback. Callbacks have no context argument.
@@ -28,11 +28,19 @@
 #include <ferrowcore/async.h>
 #include <ferrowcore/ft8.h>
 #include <ferrowcore/hpsdr.h>
+#include <ferrowcore/hpsdr_np.h>
 #include <ferrowcore/jt.h>
+#include <ferrowcore/keyboard.h>
 #include <ferrowcore/modes.h>
+#include <ferrowcore/multi_psk.h>
+#include <ferrowcore/psk.h>
 #include <ferrowcore/radio.h>
 #include <ferrowcore/runtime.h>
+#include <ferrowcore/sdrplay.h>
+#include <ferrowcore/soapy.h>
+#include <ferrowcore/utility_modes.h>
 #include <ferrowcore/vtrx.h>
 #include <ferrowcore/wireless.h>
+#include <ferrowcore/wsproxy.h>
 
 #endif

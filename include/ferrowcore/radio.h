@@ -52,8 +52,8 @@ FERROW_API void Radio_setsentPackets(void* handle, int value);
 FERROW_API void Radio_bindTransceiverOffset(void* handle, void (*callback)(long long value));
 FERROW_API void Radio_setTransceiverOffset(void* handle, long long value);
 
-/* ValidBandwidthRatio: 0 to 1, default 0.95 (more than 2, less than 0 and what is no number is logged and bounded); usable fraction of a receiver's bandwidth. A change shares the
- * receivers out anew. */
+/* ValidBandwidthRatio: 0 to 1, default 0.95; usable fraction of a receiver's bandwidth. A change shares the
+ * receivers out anew. Less than 0, more than 2 and what is no number is logged and bounded. */
 FERROW_API void Radio_bindValidBandwidthRatio(void* handle, void (*callback)(double value));
 FERROW_API void Radio_setValidBandwidthRatio(void* handle, double value);
 
@@ -91,8 +91,8 @@ FERROW_API void Radio_bindvtrxAdded(void* handle, void (*callback)(void* vtrx, l
  * which gets no audio here. vtrxAdded tells its handle. */
 FERROW_API void Radio_addVtrx(void* handle, long long frequency, int hwReceiverHint, int ownerId);
 
-/* Takes a transceiver off the radio; if it transmits, the transmission ends. The host keeps its handle, but what it does
- * with it no longer reaches the radio. */
+/* Takes a transceiver off the radio; if it transmits, the transmission ends. The host keeps its handle, but
+ * what it sets there no longer reaches the radio. */
 FERROW_API void Radio_removeVtrx(void* handle, void* vtrx);
 
 /* Starts the hardware stream. From the second start on it also starts the transceivers. */

@@ -82,8 +82,8 @@ FERROW_API void vtrx_setVoxThreshold(void* handle, double value);
 FERROW_API void vtrx_bindmicLevel(void* handle, void (*callback)(double value));
 FERROW_API void vtrx_setmicLevel(void* handle, double value);
 
-/* signalStrength: dB, about every 0.2 s: ten times the peak power after the filter. Written by the library;
- * what a host writes is overwritten by the next update. */
+/* signalStrength: dB, about every 0.2 s: ten times the peak power after the filter, so that a full-scale
+ * carrier reads +10. Written by the library; what a host writes is overwritten by the next update. */
 FERROW_API void vtrx_bindsignalStrength(void* handle, void (*callback)(double value));
 FERROW_API void vtrx_setsignalStrength(void* handle, double value);
 
@@ -151,11 +151,14 @@ FERROW_API void vtrx_settxagc(void* handle, void* item);
 FERROW_API void vtrx_bindnewAudio(void* handle, void (*callback)(void* floatArray));
 
 /* newIQ: a chunk of the hardware receiver, its centre in Hz and its rate, by getUpdates, while SendIQ. A
- * signal above the centre has a negative frequency. The host owns the array. */
+ * signal above the centre has a negative frequency. The host owns the array. The only
+ * place where a host learns the receiver's centre. */
 FERROW_API void vtrx_bindnewIQ(void* handle, void (*callback)(void* complexArray, double frequency, int rate));
 
 /* newSpectrum: 2048 values, log10 of power (times ten: dB), from `low` Hz to `high` Hz, and the rate of the
- * samples behind them, by getRenderUpdates. The host owns the array. */
+ * samples behind them, by getRenderUpdates. With width = (high - low) / 2048 value i stands for
+ * low + (i + 1) * width: value 1023 is the centre. A place without any data holds -20. The
+ * host owns the array. */
 FERROW_API void vtrx_bindnewSpectrum(void* handle, void (*callback)(void* floatArray, double low, double high, int rate));
 
 /* Silences the transceiver and takes it off its radio. */

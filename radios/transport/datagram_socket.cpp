@@ -19,6 +19,21 @@ namespace ferrow {
 
 namespace {
 
+// For a few instructions at a time.
+class SpinLock {
+public:
+    explicit SpinLock(std::atomic_flag& flag) : flag_(flag) {
+        while (flag_.test_and_set(std::memory_order_acquire))
+            std::this_thread::yield();
+    }
+    ~SpinLock() { flag_.clear(std::memory_order_release); }
+    SpinLock(const SpinLock&) = delete;
+    SpinLock& operator=(const SpinLock&) = delete;
+
+private:
+    std::atomic_flag& flag_;
+};
+
 sockaddr_in socketAddress(std::uint32_t address, std::uint16_t port) {
     sockaddr_in out{};
     out.sin_family = AF_INET;
@@ -235,10 +250,13 @@ int DatagramSocket::dequeue(int maxResults) noexcept {
     if (!region)
         return 0;
     const std::size_t limit = std::min(capacity, static_cast<std::size_t>(std::max(maxResults, 1)));
-    while (finishedCount > 0 && resultCount < limit) {
-        results[resultCount++] = finished[finishedHead];
-        finishedHead = (finishedHead + 1) % finished.size();
-        --finishedCount;
+    {
+        const SpinLock lock(finishedBusy);
+        while (finishedCount > 0 && resultCount < limit) {
+            results[resultCount++] = finished[finishedHead];
+            finishedHead = (finishedHead + 1) % finished.size();
+            --finishedCount;
+        }
     }
     const std::size_t room = std::min(limit - resultCount, postedCount);
     if (room > 0)
@@ -324,6 +342,7 @@ int DatagramSocket::transmit(const SlotDescriptor& slot, const void* address,
     // A peer that is not there is no failure of the sender.
     if (sent < 0 && errno != ECONNREFUSED)
         return errno;
+    const SpinLock lock(finishedBusy);
     if (finishedCount < finished.size()) {
         finished[(finishedHead + finishedCount) % finished.size()] = &slot;
         ++finishedCount;

@@ -128,6 +128,7 @@ private:
     std::vector<mmsghdr> headers;
     std::vector<iovec> pieces;
     unsigned resultCount = 0, resultNext = 0;
+    std::atomic_flag finishedBusy; // the sends of the open mode may come from two threads, one at a time
     std::atomic<int> outstanding{0};
     int outstandingPeak = 0;
     int receiveBuffer = 0;
