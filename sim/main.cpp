@@ -116,8 +116,8 @@ int run(Options options) {
     Radios radios;
     for (const std::string& address : options.addresses) {
         settings.address = address;
-        if (!options.radio.txFile.empty() && options.addresses.size() > 1)
-            settings.txFile = fmt::format("{}.{}", options.radio.txFile, radios.size() + 1);
+        if (!options.radio.txRecord.empty() && options.addresses.size() > 1)
+            settings.txRecord = fmt::format("{}.{}", options.radio.txRecord, radios.size() + 1);
         radios.push_back(std::make_unique<Radio>(settings, built.sky));
         ++settings.identity.mac[5];
         tellReady(options, *radios.back());

@@ -71,8 +71,8 @@ int parseOptions(int argc, const char* const* argv, Options& options) {
                    "number of receivers that discovery tells of")
         ->check(CLI::Range(1, kMaxReceivers))
         ->capture_default_str();
-    app.add_option("--tx-file", radio.txFile,
-                   "record the transmit samples (with several radios: .1, .2 ... appended)");
+    app.add_option("--tx-record", radio.txRecord,
+                   "record what the host transmits as NAME.wav and NAME.csv (several radios: NAME.1, ...)");
     app.add_flag("--tx-all", radio.txAll, "record packets without ptt too");
     app.add_option("--control-trace", options.traceFile, "record every control frame, a JSON line each");
     app.add_option("--stats", options.statsFile, "write statistics here at the end and on SIGUSR1");

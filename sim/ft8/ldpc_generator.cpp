@@ -1,4 +1,4 @@
-// Made by tools/make_sim_ldpc_table.py; the rows are the published generator of the code.
+// Made by tools/make_ldpc_generator.py; the rows are the published generator of the code.
 #include "sim/ft8/ldpc_generator.hpp"
 
 namespace ferrow::sim {

@@ -1,5 +1,6 @@
 #include "sim/radio/radio.hpp"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
@@ -47,8 +48,8 @@ Radio::Radio(RadioSettings settings, std::shared_ptr<const Sky> sky)
       stream_(std::move(sky), settings_.clockPpm, settings_.scale, settings_.fixedGain, settings_.telemetry,
               settings_.identity.firmware),
       injector_(settings_.faults, settings_.seed) {
-    if (!settings_.txFile.empty())
-        txRecorder_ = std::make_unique<TxRecorder>(settings_.txFile, settings_.txAll);
+    if (!settings_.txRecord.empty())
+        txRecorder_ = std::make_unique<TxRecorder>(settings_.txRecord, settings_.txAll);
     socket_ = bindUdp(settings_.address, settings_.port, false);
     try {
         // hosts may also look for radios with one broadcast into the loopback net
@@ -117,6 +118,10 @@ void Radio::listen() {
                 takeDatagram({buffer.data(), static_cast<std::size_t>(size)}, from);
             }
         }
+        {
+            const std::lock_guard lock(mutex_);
+            passTime(monotonicNs());
+        }
         checkWatchdog();
     }
 }
@@ -160,8 +165,9 @@ void Radio::takeCommand(std::uint8_t bits, const sockaddr_in& from) {
         } else {
             ++statistics_.stops;
             control_.ptt = false;
-            txBuffer_.key(false, control_.txLatencyMs);
+            txBuffer_.key(false, control_.txLatencyMs, control_.pttHangTime);
         }
+        record(start ? TxEvent::Start : TxEvent::Stop);
         streaming_.store(start && !settings_.silent, std::memory_order_release);
     }
     changed_.notify_all();
@@ -173,6 +179,7 @@ void Radio::takeData(std::span<const std::uint8_t> packet) {
     const std::uint32_t sequence = readBig32(packet.data() + 4);
     const std::lock_guard lock(mutex_);
     lastDataNs_ = now;
+    passTime(now);
     statistics_.countData(sequence, now);
     for (int frame = 0; frame < 2; ++frame) {
         const ControlBytes c = controlBytes(packet, frame);
@@ -184,11 +191,14 @@ void Radio::takeData(std::span<const std::uint8_t> packet) {
             i2cAnswers_.push_back(i2c);
         }
     }
-    txBuffer_.key(control_.ptt, control_.txLatencyMs);
+    txBuffer_.key(control_.ptt, control_.txLatencyMs, control_.pttHangTime);
     txBuffer_.fill(2 * kFrameSamples);
-    statistics_.txOverflows = txBuffer_.overflows();
-    if (txRecorder_)
-        txRecorder_->write(packet, control_, utcNs);
+    countBuffer();
+    if (txRecorder_) {
+        TxMoment at = moment();
+        at.utcNs = utcNs;
+        txRecorder_->write(packet, control_, at);
+    }
 }
 
 void Radio::checkWatchdog() {
@@ -201,8 +211,39 @@ void Radio::checkWatchdog() {
         return;
     command_.iq = command_.wideband = false;
     control_.ptt = false;
+    txBuffer_.key(false, control_.txLatencyMs, control_.pttHangTime);
     ++statistics_.watchdogStops;
+    record(TxEvent::Watchdog);
     streaming_.store(false, std::memory_order_release);
+}
+
+/// Empties the transmit buffer up to now. A radio that runs dry leaves the air.
+void Radio::passTime(std::int64_t now) {
+    if (now > drainedNs_ && drainedNs_ != 0)
+        txBuffer_.drain(1e-9 * static_cast<double>(now - drainedNs_), 1.0 + settings_.clockPpm * 1e-6);
+    drainedNs_ = std::max(now, drainedNs_);
+    countBuffer();
+    if (!txBuffer_.takeUnkeyed())
+        return;
+    control_.ptt = false;
+    ++statistics_.txUnkeyed;
+    record(TxEvent::Unkey);
+}
+
+void Radio::countBuffer() {
+    statistics_.txOverflows = txBuffer_.overflows();
+    statistics_.txUnderflows = txBuffer_.underflows();
+    statistics_.txHighest = std::max(statistics_.txHighest, txBuffer_.level());
+}
+
+TxMoment Radio::moment() const {
+    return {static_cast<std::int64_t>(utcSeconds() * 1e9), txBuffer_.onAir(), txBuffer_.level(),
+            txBuffer_.overflows(), txBuffer_.underflows()};
+}
+
+void Radio::record(TxEvent event) {
+    if (txRecorder_)
+        txRecorder_->write(event, control_, moment());
 }
 
 } // namespace ferrow::sim

@@ -1,9 +1,10 @@
 #pragma once
+#include "sim/radio/control_trace.hpp"
 #include "sim/radio/faults.hpp"
 #include "sim/radio/pacer.hpp"
 #include "sim/radio/receive_stream.hpp"
-#include "sim/radio/recorders.hpp"
 #include "sim/radio/statistics.hpp"
+#include "sim/radio/tx_recorder.hpp"
 
 #include <atomic>
 #include <condition_variable>
@@ -29,7 +30,7 @@ struct RadioSettings {
     TelemetrySettings telemetry;
     std::vector<FaultSpec> faults;
     std::uint64_t seed = 1;
-    std::string txFile;
+    std::string txRecord; ///< name of the two files, or empty
     bool txAll = false;
     std::shared_ptr<ControlTrace> trace;
 };
@@ -68,6 +69,10 @@ private:
     void takeCommand(std::uint8_t bits, const sockaddr_in& from);
     void takeData(std::span<const std::uint8_t> packet);
     void checkWatchdog();
+    void passTime(std::int64_t now);
+    void countBuffer();
+    void record(TxEvent event);
+    TxMoment moment() const;
 
     void stream();
     bool takeTurn(Command& command, ControlState& control, std::int64_t now);
@@ -81,7 +86,7 @@ private:
     int wake_ = -1;
     std::unique_ptr<TxRecorder> txRecorder_;
 
-    mutable std::mutex mutex_; // guards the next six
+    mutable std::mutex mutex_; // guards the next seven
     std::condition_variable changed_;
     ControlState control_;
     Statistics statistics_;
@@ -89,6 +94,7 @@ private:
     TxBuffer txBuffer_;
     std::vector<I2cWrite> i2cAnswers_;
     std::int64_t lastDataNs_ = 0;
+    std::int64_t drainedNs_ = 0; // how far the transmit buffer has been emptied
 
     std::atomic<bool> quit_{false};
     std::atomic<bool> streaming_{false};
@@ -105,7 +111,6 @@ private:
     std::int64_t widePacket_ = 0;
     std::int64_t streamPacket_ = 0;
     double streamSeconds_ = 0.0; // of the parts of this stream before the last change of layout
-    std::int64_t drainedNs_ = 0;
 
     std::thread listener_;
     std::thread streamer_;

@@ -59,7 +59,6 @@ void Radio::anchor(const ControlState& control, std::int64_t nowNs) {
     packet_ = 0;
     widePacer_.begin(nowNs, settings_.widebandRate * 4.0, 1);
     widePacket_ = 0;
-    drainedNs_ = nowNs;
 }
 
 bool Radio::takeTurn(Command& command, ControlState& control, std::int64_t now) {
@@ -67,10 +66,7 @@ bool Radio::takeTurn(Command& command, ControlState& control, std::int64_t now) 
     command = command_;
     if (!command.iq && !command.wideband)
         return false;
-    if (command.generation == generation_)
-        txBuffer_.drain(1e-9 * static_cast<double>(now - drainedNs_), 1.0 + settings_.clockPpm * 1e-6);
-    drainedNs_ = now;
-    statistics_.txUnderflows = txBuffer_.underflows();
+    passTime(now);
     stream_.setTxReport(txBuffer_.levelUnits(),
                         stream_.txEventPending() ? std::uint8_t{0} : txBuffer_.takeEvent());
     for (const I2cWrite& write : i2cAnswers_)

@@ -73,7 +73,11 @@ void to_json(nlohmann::json& json, const Statistics& s) {
               {"since_start", s.dataSinceStart},
               {"rate", s.controlRate()},
               {"per_second", s.perSecond}}},
-            {"tx_buffer", {{"overflows", s.txOverflows}, {"underflows", s.txUnderflows}}},
+            {"tx_buffer",
+             {{"overflows", s.txOverflows},
+              {"underflows", s.txUnderflows},
+              {"unkeyed", s.txUnkeyed},
+              {"highest", s.txHighest}}},
             {"faults", faults}};
 }
 

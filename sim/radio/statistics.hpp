@@ -31,6 +31,8 @@ struct Statistics {
     std::array<std::int64_t, kFaultKinds> faults{};
     int txOverflows = 0;
     int txUnderflows = 0;
+    int txUnkeyed = 0;      ///< times that the radio left the air by itself, its buffer dry
+    double txHighest = 0.0; ///< highest fill of the transmit buffer, samples
 
     std::int64_t firstDataNs = 0;
     std::int64_t startNs = 0;        ///< of the last start command

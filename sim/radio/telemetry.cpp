@@ -36,19 +36,25 @@ int countOfCurrent(double milliamperes) {
     return count(milliamperes / 1000.0 / 1.27 * 0.04 * 50.0);
 }
 
-void TxBuffer::key(bool on, int latencyMs) {
-    if (on != keyed_) {
-        draining_ = false;
-        level_ = 0.0;
+void TxBuffer::clear() {
+    draining_ = false;
+    level_ = dry_ = 0.0;
+}
+
+void TxBuffer::key(bool on, int latencyMs, int hangMs) {
+    if (on != keyed_)
+        clear();
+    if (!on) // what made the radio leave the air is told when it is back there
         tellOverflow_ = tellUnderflow_ = false;
-    }
     keyed_ = on;
     start_ = std::clamp(latencyMs * 48.0, 1.0, kCapacity / 2.0);
+    hang_ = 0.001 * std::max(hangMs, 1);
 }
 
 void TxBuffer::fill(int samples) {
     if (!keyed_)
         return;
+    dry_ = 0.0;
     level_ += samples;
     if (level_ > kCapacity) {
         level_ = kCapacity;
@@ -60,15 +66,28 @@ void TxBuffer::fill(int samples) {
 }
 
 void TxBuffer::drain(double seconds, double clockFactor) {
-    if (!keyed_ || !draining_)
+    if (!keyed_)
         return;
-    level_ -= seconds * 48000.0 * clockFactor;
-    if (level_ < 0.0) {
+    if (draining_) {
+        level_ -= seconds * 48000.0 * clockFactor;
+        if (level_ >= 0.0)
+            return;
+        seconds = -level_ / (48000.0 * clockFactor);
         level_ = 0.0;
         draining_ = false; // fills up to the latency again first
         ++underflows_;
         tellUnderflow_ = true;
     }
+    dry_ += seconds;
+    if (dry_ < hang_)
+        return;
+    clear();
+    keyed_ = false;
+    unkeyed_ = true;
+}
+
+bool TxBuffer::takeUnkeyed() {
+    return std::exchange(unkeyed_, false);
 }
 
 std::uint8_t TxBuffer::levelUnits() const {
@@ -84,7 +103,7 @@ std::uint8_t TxBuffer::takeEvent() {
 ControlBytes Telemetry::next(const Inputs& in) {
     ControlBytes c{};
     const bool key = anyHolds(settings_.cwKey, in.seconds);
-    const bool ptt = in.keyed || key || anyHolds(settings_.pttIn, in.seconds);
+    const bool ptt = key || anyHolds(settings_.pttIn, in.seconds);
     const auto bits = static_cast<std::uint8_t>((ptt ? 0x01 : 0) | (key ? 0x04 : 0));
     if (!acks_.empty()) {
         const I2cWrite w = acks_.front();

@@ -32,31 +32,43 @@ int countOfTemperature(double celsius);
 int countOfCurrent(double milliamperes);
 
 /// The radio's transmit buffer: filled by the host's 48 kHz samples, drained by the radio's clock once the
-/// fill has reached the latency that the host asked for. One unit of the reported level is 32 samples.
+/// fill has reached the latency that the host asked for. A buffer that stays dry for the hang time takes the
+/// radio off the air, until the next packet with ptt. One unit of the reported level is 32 samples.
 class TxBuffer {
 public:
     static constexpr double kCapacity = 4096.0;
 
-    void key(bool on, int latencyMs);
+    /// The transmit flag of a packet, with the latency and the hang time of bank 23.
+    void key(bool on, int latencyMs, int hangMs);
     void fill(int samples);
     void drain(double seconds, double clockFactor);
 
+    bool onAir() const { return keyed_; }
+    /// In samples.
+    double level() const { return level_; }
     /// Fill in units, 0 to 127.
     std::uint8_t levelUnits() const;
     /// 0xC0 after an underflow, 0x80 after an overflow, each once; 0 if there was none.
     std::uint8_t takeEvent();
+    /// True once after the radio has left the air by itself.
+    bool takeUnkeyed();
     int overflows() const { return overflows_; }
     int underflows() const { return underflows_; }
 
 private:
+    void clear();
+
     bool keyed_ = false;
     bool draining_ = false;
     double start_ = 480.0;
+    double hang_ = 0.022; // seconds
+    double dry_ = 0.0;    // seconds without a packet while nothing is drained
     double level_ = 0.0;
     int overflows_ = 0;
     int underflows_ = 0;
     bool tellOverflow_ = false;
     bool tellUnderflow_ = false;
+    bool unkeyed_ = false;
 };
 
 /// Fills C0 to C4 of the frames that the radio sends: acknowledgements of I2C writes first, else four

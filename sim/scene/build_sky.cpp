@@ -52,7 +52,13 @@ std::shared_ptr<const Station> buildStation(const Scene& scene, const StationSpe
     }
     case StationKind::Cw:
         return std::make_shared<LoopStation>(spec.name, kind, spec.frequency, level,
-                                             cwLoop(spec.text, spec.wpm, spec.gap));
+                                             cwLoop(spec.text, spec.wpm, spec.gap, spec.jitter, scene.seed));
+    case StationKind::Rtty:
+        return std::make_shared<LoopStation>(spec.name, kind, spec.frequency, level,
+                                             teletypeLoop(spec.text, spec.teletype));
+    case StationKind::Psk:
+        return std::make_shared<LoopStation>(spec.name, kind, spec.frequency + spec.offset, level,
+                                             pskLoop(spec.text, spec.psk));
     case StationKind::Ft8:
     case StationKind::Ft4:
         return std::make_shared<SlotStation>(spec.name, spec.kind == StationKind::Ft4,
@@ -120,6 +126,11 @@ nlohmann::json listStations(const Scene& scene) {
         case StationKind::Cw:
             one["text"] = spec.text;
             one["wpm"] = spec.wpm;
+            break;
+        case StationKind::Psk:
+            one["text"] = spec.text;
+            one["offset"] = spec.offset;
+            one["baud"] = spec.psk.baud;
             break;
         default:
             break;

@@ -16,7 +16,7 @@ namespace {
 
 using nlohmann::json;
 
-const std::vector<std::string> kKinds = {"carrier", "am", "ssb", "cw", "ft8", "ft4", "iq"};
+const std::vector<std::string> kKinds = {"carrier", "am", "ssb", "cw", "ft8", "ft4", "iq", "rtty", "psk"};
 constexpr double kHighestFrequency = 2e9;
 
 SourceSpec readSource(const json& value, const std::string& place) {
@@ -78,6 +78,26 @@ void readSlots(JsonFields& fields, StationSpec& station) {
     station.slot = static_cast<SlotRule>(fields.choice("slot", {"even", "odd", "every"}, 2));
 }
 
+void readTeletype(JsonFields& fields, StationSpec& station) {
+    TeletypeLine& line = station.teletype;
+    station.text = fields.text("text");
+    line.baud = fields.number("baud", line.baud, 10.0, 300.0);
+    line.shift = fields.number("shift", line.shift, 10.0, 2000.0);
+    line.stop = fields.number("stop", line.stop, 1.0, 4.0);
+    line.reverse = fields.flag("reverse", line.reverse);
+    line.gap = fields.number("gap", line.gap, 0.0, 600.0);
+}
+
+void readPsk(JsonFields& fields, StationSpec& station) {
+    station.text = fields.text("text");
+    const int mode = fields.choice("mode", {"psk31", "psk63", "psk125", "qpsk31", "qpsk63", "qpsk125"}, 0);
+    station.psk.baud = 31.25 * (1 << mode % 3);
+    station.psk.four = mode >= 3;
+    station.psk.idle = fields.number("idle", station.psk.idle, 0.0, 600.0);
+    station.psk.gap = fields.number("gap", station.psk.gap, 0.0, 600.0);
+    station.offset = fields.number("offset", 1500.0, 0.0, 6000.0);
+}
+
 StationSpec readStation(const json& value, const std::string& place) {
     JsonFields fields(value, place);
     StationSpec station;
@@ -103,10 +123,17 @@ StationSpec readStation(const json& value, const std::string& place) {
         station.text = fields.text("text");
         station.wpm = fields.number("wpm", 20.0, 1.0, 100.0);
         station.gap = fields.number("gap", 2.0, 0.0, 600.0);
+        station.jitter = fields.number("jitter", 0.0, 0.0, 0.5);
+        break;
+    case StationKind::Rtty:
+        readTeletype(fields, station);
         break;
     case StationKind::Ft8:
     case StationKind::Ft4:
         readSlots(fields, station);
+        break;
+    case StationKind::Psk:
+        readPsk(fields, station);
         break;
     case StationKind::Iq:
         station.file = fields.text("file");

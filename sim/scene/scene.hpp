@@ -2,6 +2,8 @@
 #include "sim/ft8/slot_station.hpp"
 #include "sim/radio/faults.hpp"
 #include "sim/radio/telemetry.hpp"
+#include "sim/sky/psk_station.hpp"
+#include "sim/sky/teletype.hpp"
 
 #include <optional>
 #include <stdexcept>
@@ -26,7 +28,7 @@ struct SourceSpec {
     double shift = 0.0;        ///< the loop starts that many seconds into the source
 };
 
-enum class StationKind { Carrier, Am, Ssb, Cw, Ft8, Ft4, Iq };
+enum class StationKind { Carrier, Am, Ssb, Cw, Ft8, Ft4, Iq, Rtty, Psk };
 
 /// One station as the scene file gives it. Which members count depends on the kind.
 struct StationSpec {
@@ -40,9 +42,12 @@ struct StationSpec {
     double high = 2700.0;
     double depth = 0.8; ///< AM
     bool upper = true;  ///< SSB
-    std::string text;   ///< CW
+    std::string text;   ///< CW, RTTY, PSK
     double wpm = 20.0;
     double gap = 2.0;
+    double jitter = 0.0;   ///< CW
+    TeletypeLine teletype; ///< RTTY
+    PskLine psk;
     std::vector<std::string> messages;
     double offset = 1500.0; ///< audio offset of tone 0
     double dt = 0.0;

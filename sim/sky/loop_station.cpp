@@ -7,6 +7,7 @@
 #include <cctype>
 #include <cmath>
 #include <numbers>
+#include <random>
 #include <string_view>
 #include <utility>
 
@@ -71,23 +72,29 @@ std::vector<Cfloat> amLoop(const Audio& audio, double depth) {
     return loop;
 }
 
-std::vector<Cfloat> cwLoop(const std::string& text, double wordsPerMinute, double gapSeconds) {
+std::vector<Cfloat> cwLoop(const std::string& text, double wordsPerMinute, double gapSeconds, double jitter,
+                           std::uint64_t seed) {
     const double dot = 1.2 / wordsPerMinute;
+    std::mt19937_64 random(seed);
+    const auto uneven = [&](double seconds) {
+        const double chance = static_cast<double>(random() >> 11) * 0x1p-53;
+        return seconds * (1.0 + jitter * (2.0 * chance - 1.0));
+    };
     std::vector<std::pair<double, double>> marks; // start and end, seconds
     double t = dot;
     for (const char c : text) {
         if (c == ' ') {
-            t += 4.0 * dot; // with the 3 behind the letter: 7
+            t += uneven(4.0 * dot); // with the 3 behind the letter: 7
             continue;
         }
         const std::string_view code = morseOf(c);
         for (const char element : code) {
-            const double length = element == '-' ? 3.0 * dot : dot;
+            const double length = uneven(element == '-' ? 3.0 * dot : dot);
             marks.emplace_back(t, t + length);
-            t += length + dot;
+            t += length + uneven(dot);
         }
         if (!code.empty())
-            t += 2.0 * dot;
+            t += uneven(2.0 * dot);
     }
     constexpr double kEdge = 0.005;
     std::vector<Cfloat> loop(static_cast<std::size_t>((t + gapSeconds) * kBaseRate) + 1);

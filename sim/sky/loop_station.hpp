@@ -25,7 +25,9 @@ std::vector<Cfloat> ssbLoop(const Audio& audio, bool upper);
 /// Carrier of 1 with the audio, of largest magnitude 1, at that depth (0 to 1).
 std::vector<Cfloat> amLoop(const Audio& audio, double depth);
 /// Keyed carrier of 1: Morse text with edges of 5 ms, then `gapSeconds` of silence. Unknown characters are
-/// skipped.
-std::vector<Cfloat> cwLoop(const std::string& text, double wordsPerMinute, double gapSeconds);
+/// skipped. With `jitter` each mark and each space is longer or shorter by up to that share, by chance from
+/// `seed`.
+std::vector<Cfloat> cwLoop(const std::string& text, double wordsPerMinute, double gapSeconds,
+                           double jitter = 0.0, std::uint64_t seed = 1);
 
 } // namespace ferrow::sim

@@ -38,7 +38,7 @@ struct ControlState {
 
     bool cwInternal = false;
     int cwHangTime = 0;
-    std::uint8_t pttHangTime = 0;
+    std::uint8_t pttHangTime = 22; ///< ms
     std::uint8_t txLatencyMs = 10;
 
     std::array<std::uint64_t, 128> bankCount{}; ///< frames seen per bank number
