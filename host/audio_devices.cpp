@@ -1,7 +1,11 @@
 #include "host/audio_devices.hpp"
 
+#include "host/failure.hpp"
+
 #include <algorithm>
+#include <charconv>
 #include <ferrowcore/wireless.h>
+#include <fmt/format.h>
 #include <memory>
 
 namespace ferrow {
@@ -46,11 +50,39 @@ std::vector<AudioDevice> readList(Library& library, ListBinder binder) {
     return reading->devices;
 }
 
+bool has(const std::vector<AudioDevice>& devices, int value) {
+    return std::any_of(devices.begin(), devices.end(),
+                       [value](const AudioDevice& device) { return device.value == value; });
+}
+
+AudioChoice usable(const AudioChoice& choice, const std::vector<AudioDevice>& devices, const char* what) {
+    using Kind = AudioChoice::Kind;
+    if (choice.kind == Kind::Device && !has(devices, choice.device))
+        throw UsageError(fmt::format("no {} device {}; see `ferrow devices`", what, choice.device));
+    return choice.kind == Kind::Default && devices.size() < 2 ? AudioChoice{} : choice;
+}
+
 } // namespace
 
-bool AudioDevices::hasOutput(int value) const {
-    return std::any_of(outputs.begin(), outputs.end(),
-                       [value](const AudioDevice& device) { return device.value == value; });
+AudioChoice parseAudioChoice(const std::string& text) {
+    if (text == "default")
+        return {AudioChoice::Kind::Default, -1};
+    if (text == "none")
+        return {AudioChoice::Kind::None, -1};
+    int value = 0;
+    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || stop != text.data() + text.size())
+        throw UsageError(
+            fmt::format("\"{}\" is no device: give a number of `ferrow devices`, default or none", text));
+    return {AudioChoice::Kind::Device, value};
+}
+
+AudioChoice AudioDevices::usableOutput(const AudioChoice& choice) const {
+    return usable(choice, outputs, "output");
+}
+
+AudioChoice AudioDevices::usableInput(const AudioChoice& choice) const {
+    return usable(choice, inputs, "input");
 }
 
 AudioDevices listAudioDevices(Library& library) {

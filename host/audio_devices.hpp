@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/library.hpp"
+#include "host/transceiver.hpp"
 
 #include <string>
 #include <vector>
@@ -15,8 +16,14 @@ struct AudioDevice {
 
 struct AudioDevices {
     std::vector<AudioDevice> outputs, inputs;
-    bool hasOutput(int value) const;
+    // What the library can open of a choice: with nothing but "None" in the list, the default is none. Throws
+    // UsageError for a device that is not in the list.
+    AudioChoice usableOutput(const AudioChoice& choice) const;
+    AudioChoice usableInput(const AudioChoice& choice) const;
 };
+
+// A device as the command line names it: a number of the list, "default" or "none". Throws UsageError.
+AudioChoice parseAudioChoice(const std::string& text);
 
 AudioDevices listAudioDevices(Library& library);
 

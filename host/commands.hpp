@@ -16,6 +16,10 @@ void addDiscoverCommand(CLI::App& program, Action& chosen);
 void addDevicesCommand(CLI::App& program, Action& chosen);
 void addListenCommand(CLI::App& program, Action& chosen);
 void addFt8Command(CLI::App& program, Action& chosen);
+void addTalkCommand(CLI::App& program, Action& chosen);
+void addTuneCommand(CLI::App& program, Action& chosen);
+void addTextCommand(CLI::App& program, Action& chosen);
+void addSendCommand(CLI::App& program, Action& chosen);
 void addDemoCommand(CLI::App& program, Action& chosen);
 
 // The whole program: 0 done, 1 something failed, 2 the command line is wrong.

@@ -6,6 +6,7 @@
 #include "host/sim_process.hpp"
 #include "host/sound_file.hpp"
 #include "host/terminal_waterfall.hpp"
+#include "host/voice_mode.hpp"
 
 #include <atomic>
 #include <cmath>
@@ -82,7 +83,7 @@ public:
 
     int run() {
         const std::string simulator = findSimulator();
-        stations_ = readScene(askSimulator(simulator, {"--list-scene"}));
+        stations_ = readScene(outputOf(simulator, {"--list-scene"}));
         prepareFolder(simulator);
         const std::string address = freeLoopbackAddress();
         const SimProcess radio(simulator, address);
@@ -94,7 +95,7 @@ public:
         RadioSession session(library, findRadio(address), {kSampleRate, std::nullopt, false});
         addSlots(session, SlotMode::Ft8, recordings, ft8);
         addSlots(session, SlotMode::Ft4, recordings, ft4);
-        addVoices(session);
+        addVoices(library, session);
         session.start();
         receive(library, session, ft8, ft4);
         results_.sequenceErrors = session.sequenceErrors();
@@ -113,7 +114,7 @@ private:
         fs::create_directories(folder_, error);
         if (error)
             throw Failure(fmt::format("cannot make {}: {}", folder_.string(), error.message()));
-        askSimulator(simulator, {"--write-sources", (folder_ / "source").string()});
+        outputOf(simulator, {"--write-sources", (folder_ / "source").string()});
     }
 
     void addSlots(RadioSession& session, SlotMode mode, const RecordingFolder& recordings,
@@ -143,13 +144,13 @@ private:
     }
 
     // The first voice of each band also shows the band.
-    void addVoices(RadioSession& session) {
+    void addVoices(Library& library, RadioSession& session) {
         for (const SceneStation& station : stations_) {
             if (!station.voice())
                 continue;
             Tuning tuning = tuningOf(station);
             Transceiver& one = session.add(tuning.vfo());
-            one.setMode(tuning);
+            setVoiceMode(library, one, tuning);
             const double depth = 0.8; // of AM; what is missing or too much matters little
             one.setManualGain(kPeakLevel - station.level -
                               (station.kind == "am" ? 20 * std::log10(depth) : 0));

@@ -1,6 +1,6 @@
 #include "host/ft8_calls.hpp"
 
-#include <cctype>
+#include <algorithm>
 
 namespace ferrow {
 namespace {
@@ -29,6 +29,13 @@ char lastDigit(std::uint32_t& value, std::string_view alphabet) {
     const char digit = alphabet[value % base];
     value /= base;
     return digit;
+}
+
+bool isLetter(char c) {
+    return c >= 'A' && c <= 'Z';
+}
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
 }
 
 std::optional<Call> token(std::uint32_t value) {
@@ -69,11 +76,18 @@ std::optional<Call> standardCall(std::uint32_t value) {
         return std::nullopt;
     c[0] = kAlphabet37[value];
     const std::string_view call = trim(std::string_view(c, 6));
-    const auto letter = [](char x) { return x >= 'A' && x <= 'Z'; };
     if (call.find(' ') != std::string_view::npos || call.size() < 3 || call.front() == 'Q' ||
-        !(letter(c[0]) || letter(c[1])))
+        !(isLetter(c[0]) || isLetter(c[1])))
         return std::nullopt;
     return Call{CallKind::Standard, std::string(call)};
+}
+
+// Adds a digit of base alphabet.size(); false if `c` is not of the alphabet.
+template <typename Number>
+bool append(Number& value, char c, std::string_view alphabet) {
+    const std::size_t place = alphabet.find(c);
+    value = value * static_cast<Number>(alphabet.size()) + static_cast<Number>(place);
+    return place != std::string_view::npos;
 }
 
 } // namespace
@@ -118,6 +132,63 @@ std::optional<std::string> call58(std::uint64_t value) {
     if (value != 0 || call.empty() || call.find(' ') != std::string_view::npos)
         return std::nullopt;
     return std::string(call);
+}
+
+std::optional<std::uint32_t> packToken(std::string_view text) {
+    if (text == "DE")
+        return 0;
+    if (text == "QRZ")
+        return 1;
+    if (text == "CQ")
+        return 2;
+    if (!text.starts_with("CQ "))
+        return std::nullopt;
+    const std::string_view word = text.substr(3);
+    std::uint32_t value = 0;
+    if (word.size() == 3 && std::all_of(word.begin(), word.end(), isDigit)) {
+        for (const char c : word)
+            append(value, c, kDigits);
+        return kFirstNumberedCq + value;
+    }
+    if (word.empty() || word.size() > 4 || !std::all_of(word.begin(), word.end(), isLetter))
+        return std::nullopt;
+    for (const char c : word)
+        append(value, c, kAlphabet27);
+    return kFirstLetteredCq + value;
+}
+
+std::optional<std::uint32_t> packStandardCall(std::string_view call) {
+    // the area digit is the third of the six characters, so it may be the second or third of the call
+    std::string six(call);
+    if (call.size() >= 2 && isDigit(call[1]) && !(call.size() >= 3 && isDigit(call[2])))
+        six.insert(six.begin(), ' ');
+    if (six.size() > 6)
+        return std::nullopt;
+    six.resize(6, ' ');
+    std::uint32_t value = 0;
+    const bool fits = append(value, six[0], kAlphabet37) && append(value, six[1], kAlphabet36) &&
+                      append(value, six[2], kDigits) && append(value, six[3], kAlphabet27) &&
+                      append(value, six[4], kAlphabet27) && append(value, six[5], kAlphabet27);
+    if (!fits)
+        return std::nullopt;
+    const std::optional<Call> back = standardCall(value); // knows what a call may look like
+    if (!back || back->text != call)
+        return std::nullopt;
+    return kTokens + kHashes + value;
+}
+
+std::uint32_t packHashedCall(std::string_view call) {
+    return kTokens + callHash22(call);
+}
+
+std::optional<std::uint64_t> packCall58(std::string_view call) {
+    if (call.empty() || call.size() > kLongestCall)
+        return std::nullopt;
+    std::uint64_t value = 0;
+    for (const char c : call)
+        if (c == ' ' || !append(value, c, kAlphabet38))
+            return std::nullopt;
+    return value;
 }
 
 } // namespace ferrow

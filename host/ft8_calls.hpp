@@ -57,4 +57,13 @@ std::optional<Call> call28(std::uint32_t value, const CallTable& table);
 // A 58-bit call field: up to 11 characters.
 std::optional<std::string> call58(std::uint64_t value);
 
+// The inverse: the 28-bit field of CQ, CQ 123, CQ TEST, DE or QRZ; of a standard call without /R or /P; and
+// of any call by its hash. Nothing for a text that is none.
+std::optional<std::uint32_t> packToken(std::string_view text);
+std::optional<std::uint32_t> packStandardCall(std::string_view call);
+std::uint32_t packHashedCall(std::string_view call);
+
+// The 58-bit field of a call of up to 11 characters; nothing for a longer one, or other characters.
+std::optional<std::uint64_t> packCall58(std::string_view call);
+
 } // namespace ferrow

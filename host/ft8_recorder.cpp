@@ -17,6 +17,8 @@ namespace fs = std::filesystem;
 
 constexpr int kFilterLow = 100, kFilterHigh = 3300; // Hz: the recording's 12000 a second alone are no limit
 
+constexpr int kReceivedMarker = 8; // of a period without a transmission
+
 constexpr int kStartWindowMs = 600; // of a period, a little more than that in which a recording may begin
 
 } // namespace
@@ -61,10 +63,10 @@ SlotDecoder::~SlotDecoder() {
     thread_.join();
 }
 
-void SlotDecoder::add(const std::string& path, long long dial) {
+void SlotDecoder::add(const std::string& path, long long dial, bool sent) {
     {
         const std::lock_guard lock(mutex_);
-        jobs_.push_back({path, dial});
+        jobs_.push_back({path, dial, sent});
     }
     changed_.notify_all();
 }
@@ -97,8 +99,10 @@ DecodedSlot SlotDecoder::decode(const Job& job) {
     DecodedSlot slot;
     slot.dial = job.dial;
     slot.time = slotTimeOf(job.path);
+    slot.sent = job.sent;
     try {
-        slot.lines = reader_.read(job.path);
+        if (!job.sent)
+            slot.lines = reader_.read(job.path);
     } catch (const std::exception& error) {
         slot.error = error.what();
     }
@@ -125,7 +129,8 @@ void recordSlots(Transceiver& transceiver, SlotMode mode, const std::string& fol
     JTModDemod_setendPadding(jt.get(), format.padding);
     JTModDemod_setEnabled(jt.get(), false);
     jt.bind(JTModDemod_bindnewFile, [&decoder, dial = transceiver.vfo()](const char* text) {
-        decoder.add(splitNewFile(text).path, dial);
+        const NewFile file = splitNewFile(text);
+        decoder.add(file.path, dial, file.marker != kReceivedMarker);
     });
     transceiver.setMode(std::move(jt), kFilterLow, kFilterHigh);
 }

@@ -17,6 +17,7 @@ struct DecodedSlot {
     long long dial = 0; // Hz
     SlotTime time;
     std::vector<Ft8Line> lines;
+    bool sent = false; // this program transmitted: there is nothing to decode
     std::string error; // not empty: the recording could not be decoded
 };
 
@@ -47,7 +48,8 @@ public:
     SlotDecoder(const SlotDecoder&) = delete;
     SlotDecoder& operator=(const SlotDecoder&) = delete;
 
-    void add(const std::string& path, long long dial);
+    // `sent`: the transceiver transmitted in this period; its recording is not decoded.
+    void add(const std::string& path, long long dial, bool sent = false);
     // A finished one, if there is any.
     std::optional<DecodedSlot> take();
 
@@ -55,6 +57,7 @@ private:
     struct Job {
         std::string path;
         long long dial;
+        bool sent;
     };
     void work();
     DecodedSlot decode(const Job& job);

@@ -41,4 +41,18 @@ std::string roundupMultiplier(unsigned number) {
     return text;
 }
 
+unsigned fieldDaySectionNumber(std::string_view name) {
+    for (unsigned n = 1; n <= std::size(kFieldDaySections); ++n)
+        if (fieldDaySection(n) == name)
+            return n;
+    return 0;
+}
+
+unsigned roundupMultiplierNumber(std::string_view name) {
+    for (unsigned n = 1; n <= kLastMultiplier; ++n)
+        if (roundupMultiplier(n) == name)
+            return n;
+    return 0;
+}
+
 } // namespace ferrow

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace ferrow {
 
@@ -10,5 +11,9 @@ std::string fieldDaySection(unsigned number);
 
 // RTTY Roundup state, province or multiplier, 1 to 171; empty for any other number.
 std::string roundupMultiplier(unsigned number);
+
+// The inverse of each; 0 for a name that is none.
+unsigned fieldDaySectionNumber(std::string_view name);
+unsigned roundupMultiplierNumber(std::string_view name);
 
 } // namespace ferrow

@@ -68,7 +68,7 @@ Library::Library(const LibraryOptions& options) : logFile_(options.logFile) {
 
 Library::~Library() {
     wireless_.reset();
-    settle();
+    settle(0);
     renderer_.request_stop();
     renderer_.join();
     std::error_code error;
@@ -82,31 +82,32 @@ Library::~Library() {
 
 void Library::pump() {
     getUpdates();
+    if (onPump)
+        onPump();
+}
+
+bool Library::wait(const std::function<bool()>& done, std::chrono::milliseconds limit, bool interruptible) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    for (;;) {
+        pump();
+        if (done())
+            return true;
+        if ((interruptible && interrupted()) || std::chrono::steady_clock::now() >= end)
+            return false;
+        std::this_thread::sleep_for(kPumpPause);
+    }
 }
 
 bool Library::pumpUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    for (;;) {
-        getUpdates();
-        if (done())
-            return true;
-        if (interrupted() || std::chrono::steady_clock::now() >= end)
-            return false;
-        std::this_thread::sleep_for(kPumpPause);
-    }
+    return wait(done, limit, true);
 }
 
-bool Library::settle(std::chrono::milliseconds limit) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    const int kept = wireless_ ? 1 : 0;
-    for (;;) {
-        getUpdates();
-        if (liveObjects() <= kept)
-            return true;
-        if (std::chrono::steady_clock::now() >= end)
-            return false;
-        std::this_thread::sleep_for(kPumpPause);
-    }
+bool Library::pumpThrough(const std::function<bool()>& done, std::chrono::milliseconds limit) {
+    return wait(done, limit, false);
+}
+
+bool Library::settle(int kept, std::chrono::milliseconds limit) {
+    return pumpThrough([kept] { return liveObjects() <= kept; }, limit);
 }
 
 } // namespace ferrow

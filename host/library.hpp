@@ -25,19 +25,27 @@ public:
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
 
+    // Called in every round of the pumps below: a sign of life of this thread. Must not throw.
+    std::function<void()> onPump;
+
     // Runs the callbacks that wait.
     void pump();
 
     // Pumps until `done` says true, the time is up or an interrupt comes. Returns what `done` says at last.
     bool pumpUntil(const std::function<bool()>& done, std::chrono::milliseconds limit);
 
-    // Pumps until every object that was released is gone. False if some are left after the limit.
-    bool settle(std::chrono::milliseconds limit = std::chrono::seconds(5));
+    // The same, but an interrupt does not end it: for what has to be brought to an end.
+    bool pumpThrough(const std::function<bool()>& done, std::chrono::milliseconds limit);
+
+    // Pumps until no more than `kept` objects are left (see liveObjects). False if there are after the limit.
+    bool settle(int kept, std::chrono::milliseconds limit = std::chrono::seconds(5));
 
     // The application object.
     Object& wireless() { return wireless_; }
 
 private:
+    bool wait(const std::function<bool()>& done, std::chrono::milliseconds limit, bool interruptible);
+
     std::string logFile_;
     bool ownLog_ = false;
     std::jthread renderer_;

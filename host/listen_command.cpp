@@ -7,8 +7,8 @@
 #include "host/s_meter.hpp"
 #include "host/sound_file.hpp"
 #include "host/terminal_waterfall.hpp"
+#include "host/voice_mode.hpp"
 
-#include <charconv>
 #include <filesystem>
 #include <fmt/chrono.h>
 #include <memory>
@@ -30,6 +30,7 @@ constexpr int kBarWidth = 16;
 
 struct Options {
     RadioArguments radio;
+    VoiceOptions voice;
     std::vector<std::string> tunes;
     std::string device;
     std::string wavFolder;
@@ -42,19 +43,9 @@ struct Options {
 };
 
 AudioChoice readDevice(const Options& options) {
-    const std::string& text = options.device;
-    if (text.empty())
+    if (options.device.empty())
         return {options.wavFolder.empty() ? AudioChoice::Kind::Default : AudioChoice::Kind::None, -1};
-    if (text == "default")
-        return {AudioChoice::Kind::Default, -1};
-    if (text == "none")
-        return {AudioChoice::Kind::None, -1};
-    int value = 0;
-    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || stop != text.data() + text.size())
-        throw UsageError(
-            fmt::format("\"{}\" is no device: give a number of `ferrow devices`, default or none", text));
-    return {AudioChoice::Kind::Device, value};
+    return parseAudioChoice(options.device);
 }
 
 // Waterfall lines on their way from the render thread to the screen.
@@ -83,16 +74,16 @@ public:
           waterfall_(terminalColumns()) {}
 
     int run() {
-        const AudioChoice audio = readDevice(options_);
+        AudioChoice audio = readDevice(options_);
         openFiles();
         const FoundRadio found = findRadio(options_.radio.address);
         Library library(options_.radio.library);
-        if (audio.kind == AudioChoice::Kind::Device && !listAudioDevices(library).hasOutput(audio.device))
-            throw UsageError(fmt::format("no output device {}; see `ferrow devices`", audio.device));
+        if (audio.kind != AudioChoice::Kind::None)
+            audio = listAudioDevices(library).usableOutput(audio);
         watchInterrupts();
         RadioSession session(library, found, options_.radio.session());
         for (std::size_t i = 0; i < tunings_.size(); ++i)
-            addTransceiver(session, i, audio);
+            addTransceiver(library, session, i, audio);
         session.start();
         warnOfTuning(library, session);
         loop(library, session);
@@ -119,10 +110,11 @@ private:
         }
     }
 
-    void addTransceiver(RadioSession& session, std::size_t index, const AudioChoice& audio) {
+    void addTransceiver(Library& library, RadioSession& session, std::size_t index,
+                        const AudioChoice& audio) {
         const Tuning& tuning = tunings_[index];
         Transceiver& one = session.add(tuning.vfo());
-        one.setMode(tuning);
+        setVoiceMode(library, one, tuning, options_.voice);
         one.setAudio(audio);
         if (options_.audioGain)
             one.setManualGain(*options_.audioGain);
@@ -261,9 +253,10 @@ void addListenCommand(CLI::App& program, Action& chosen) {
         ->add_option(
             "--tune", options->tunes,
             "FREQUENCY[:MODE[LOW:HIGH]], e.g. 14.200M:usb, 7100k:am, 14.2M:usb[200:2900]; repeat it for "
-            "more. Modes: usb, lsb, am, and cw, which for now is upper sideband, 500 Hz wide around a "
+            "more. Modes: usb, lsb, am, fm, and cw, which for now is upper sideband, 500 Hz wide around a "
             "pitch of 600 Hz")
         ->required();
+    addDeviationOption(*command, options->voice);
     command->add_option(
         "--device", options->device,
         "sound: a number of `ferrow devices`, default, or none (with --wav: none, else: default)");

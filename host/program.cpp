@@ -6,7 +6,8 @@
 namespace ferrow {
 
 int runFerrow(int argc, const char* const* argv) {
-    CLI::App program{"Receives amateur radio with a network radio of the first HPSDR protocol", "ferrow"};
+    CLI::App program{"Receives and transmits amateur radio with a network radio of the first HPSDR protocol",
+                     "ferrow"};
     program.require_subcommand(1);
     program.footer("ferrow COMMAND --help tells more.\n"
                    "Exit codes: 0 done, 1 something failed, 2 the command line is wrong.");
@@ -15,6 +16,10 @@ int runFerrow(int argc, const char* const* argv) {
     addDevicesCommand(program, chosen);
     addListenCommand(program, chosen);
     addFt8Command(program, chosen);
+    addTalkCommand(program, chosen);
+    addTuneCommand(program, chosen);
+    addTextCommand(program, chosen);
+    addSendCommand(program, chosen);
     addDemoCommand(program, chosen);
     try {
         program.parse(argc, argv);

@@ -33,6 +33,12 @@ RadioSession::RadioSession(Library& library, const FoundRadio& radio, const Radi
     radio_ = Object(HpsdrRadio_create());
     radio_.bind(HpsdrRadio_bindep6SeqErrors, [this](int value) { sequenceErrors_ = value; });
     radio_.bind(HpsdrRadio_bindadcOvl, [this](bool value) { adcOverload_ = value; });
+    radio_.bind(Radio_bindptt, [this](bool value) { keyed_ = value; });
+    radio_.bind(Radio_bindreceivedPackets, [this](int value) {
+        if (value > 0)
+            lastPackets_ = Transceiver::Clock::now();
+    });
+    bindReadings();
     radio_.bind(Radio_bindvtrxAdded, [this](void* vtrx, long long, int, int) { arrived_ = vtrx; });
     configure(options);
 }
@@ -58,6 +64,29 @@ void RadioSession::configure(const RadioOptions& options) {
         HpsdrRadio_setrxGain(radio, *options.gain);
     Radio_setmaxHwReceivers(radio, found_.receivers);
     Radio_setSampleRate(radio, options.sampleRate);
+}
+
+void RadioSession::bindReadings() {
+    radio_.bind(HpsdrRadio_bindFwdPwr,
+                [this](float value) { readings_.forward = static_cast<double>(value); });
+    radio_.bind(HpsdrRadio_bindRevPwr,
+                [this](float value) { readings_.reverse = static_cast<double>(value); });
+    radio_.bind(HpsdrRadio_bindSwr, [this](float value) { readings_.swr = static_cast<double>(value); });
+    radio_.bind(HpsdrRadio_bindCurrent, [this](double value) { readings_.current = value; });
+    radio_.bind(HpsdrRadio_bindTemp, [this](double value) { readings_.temperature = value; });
+    radio_.bind(HpsdrRadio_bindMinTxBufferLevel, [this](int value) { readings_.lowestFill = value; });
+    radio_.bind(HpsdrRadio_bindTxBufferUnderflow, [this](int value) { readings_.underflows = value; });
+    radio_.bind(HpsdrRadio_bindTxBufferOverflow, [this](int value) { readings_.overflows = value; });
+}
+
+void RadioSession::setPower(const TransmitPower& power) {
+    void* radio = radio_.get();
+    HpsdrRadio_setenablePA(radio, power.amplifier);
+    HpsdrRadio_setATUTune(radio, power.tuner);
+    Radio_setTuneDrive(radio, power.drive);
+    Radio_setdrive(radio, power.drive);
+    for (const auto& transceiver : transceivers_)
+        transceiver->setDrive(power.drive);
 }
 
 Transceiver& RadioSession::add(long long vfo) {
@@ -89,15 +118,21 @@ bool RadioSession::samplesSince(Transceiver::Clock::time_point time) const {
 }
 
 void RadioSession::checkSamples() const {
-    if (!samplesSince(Transceiver::Clock::now() - kPatience))
+    // While it transmits there is no sound, only packets.
+    const auto since = Transceiver::Clock::now() - kPatience;
+    if (!samplesSince(since) && !(lastPackets_ && *lastPackets_ >= since))
         throw Failure(fmt::format("the radio at {} has stopped sending", found_.address));
+}
+
+void RadioSession::halt() {
+    if (radio_ && started_)
+        Radio_stop(radio_.get());
 }
 
 void RadioSession::stop() {
     if (!radio_)
         return;
-    if (started_)
-        Radio_stop(radio_.get());
+    halt();
     for (const auto& transceiver : transceivers_)
         transceiver->remove();
     library_.pump();
@@ -105,7 +140,7 @@ void RadioSession::stop() {
     // The callbacks name the transceivers, so these stay until the library has let go of them.
     for (const auto& transceiver : transceivers_)
         transceiver->release();
-    if (library_.settle()) {
+    if (library_.settle(before_)) {
         transceivers_.clear();
         return;
     }

@@ -18,6 +18,23 @@ struct RadioOptions {
     bool takeOver = false;   // start it even if it serves another host
 };
 
+// How strongly a radio transmits.
+struct TransmitPower {
+    int drive = 255; // 0 to 255
+    bool amplifier = false;
+    bool tuner = false; // start the antenna tuner with a carrier
+};
+
+// What the radio tells while it transmits.
+struct TransmitReadings {
+    double forward = 0, reverse = 0; // watts
+    double swr = 0;
+    double current = 0;     // milliamperes
+    double temperature = 0; // degrees Celsius
+    int lowestFill = 0;     // of the radio's transmit buffer, 0 to 128
+    int underflows = 0, overflows = 0;
+};
+
 class RadioSession {
 public:
     // Throws Failure if the radio serves another host already.
@@ -30,11 +47,20 @@ public:
     // Makes a transceiver at `vfo` Hz; before start().
     Transceiver& add(long long vfo);
 
+    // For commands that transmit, before start().
+    void setPower(const TransmitPower& power);
+    // Whether the radio is keyed, as the library sees it.
+    bool keyed() const { return keyed_; }
+    const TransmitReadings& readings() const { return readings_; }
+
     // Starts radio and transceivers, and waits for samples. Throws Failure if none come.
     void start();
 
     // Throws Failure when samples have stopped coming. For the loop of a command.
     void checkSamples() const;
+
+    // Stops the radio, and no more. For emergencies.
+    void halt();
 
     // Stops the radio, gives everything back, and waits until the library has let go of it.
     void stop();
@@ -46,12 +72,17 @@ public:
 
 private:
     void configure(const RadioOptions& options);
+    void bindReadings();
     bool samplesSince(Transceiver::Clock::time_point time) const;
 
     Library& library_;
     FoundRadio found_;
+    int before_ = liveObjects(); // those of others, such as items of the device lists
     int sequenceErrors_ = 0;
     bool adcOverload_ = false;
+    bool keyed_ = false;
+    TransmitReadings readings_;
+    std::optional<Transceiver::Clock::time_point> lastPackets_;
     bool started_ = false;
     void* arrived_ = nullptr; // handle that vtrxAdded brought last
     std::vector<std::unique_ptr<Transceiver>> transceivers_;

@@ -1,17 +1,15 @@
 // The simulated radio as a process beside this one.
 #pragma once
 
+#include "host/child_process.hpp"
+
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 namespace ferrow {
 
 // Path of ferrow-sim: beside this executable, else in $PATH. Throws Failure.
 std::string findSimulator();
-
-// Runs it to its end and returns what it wrote on stdout. Throws Failure if it ends with anything but 0.
-std::string askSimulator(const std::string& program, const std::vector<std::string>& arguments);
 
 // An address of the loopback network where nothing uses the radios' port. Throws Failure.
 std::string freeLoopbackAddress();
@@ -26,7 +24,7 @@ public:
     SimProcess& operator=(const SimProcess&) = delete;
 
 private:
-    pid_t pid_ = -1;
+    ChildProcess process_;
 };
 
 } // namespace ferrow

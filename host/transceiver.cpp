@@ -3,7 +3,6 @@
 #include "host/arrays.hpp"
 
 #include <ferrowcore/agc.h>
-#include <ferrowcore/modes.h>
 #include <ferrowcore/vtrx.h>
 #include <vector>
 
@@ -14,7 +13,7 @@ namespace {
 // signalStrength is ten times the logarithm of ten times the peak power.
 constexpr double kStrengthOffset = -10;
 
-constexpr int kNoOutput = -1;
+constexpr int kNoOutput = -1, kNoMicrophone = 0;
 
 } // namespace
 
@@ -22,6 +21,8 @@ Transceiver::Transceiver(void* handle, long long vfo) : vfo_(vfo), vtrx_(handle)
     vtrx_.bind(vtrx_bindrxagc, [this](void* item) { agc_ = Object(item); });
     vtrx_.bind(vtrx_bindsignalStrength, [this](double value) { strength_ = value + kStrengthOffset; });
     vtrx_.bind(vtrx_bindTuningValid, [this](bool value) { tuningValid_ = value; });
+    vtrx_.bind(vtrx_bindptt, [this](bool value) { ptt_ = value; });
+    vtrx_.bind(vtrx_bindmicLevel, [this](double value) { microphoneLevel_ = value; });
     vtrx_.bind(vtrx_bindnewAudio, [this](void* array) { takeAudio(array); });
     vtrx_.bind(vtrx_bindnewIQ, [this](void* array, double frequency, int) {
         complexArray_delete(array);
@@ -30,7 +31,7 @@ Transceiver::Transceiver(void* handle, long long vfo) : vfo_(vfo), vtrx_(handle)
             vtrx_setSendIQ(vtrx_.get(), false);
     });
     vtrx_setSendAudio(vtrx_.get(), true);
-    setAudio({});
+    vtrx_setmuted(vtrx_.get(), true);
 }
 
 void Transceiver::setMode(Object mode, int low, int high) {
@@ -41,17 +42,42 @@ void Transceiver::setMode(Object mode, int low, int high) {
     vtrx_setRxFrequency(vtrx_.get(), vfo_);
 }
 
-void Transceiver::setMode(const Tuning& tuning) {
-    setMode(Object(tuning.mode == Mode::Am ? amModDemod_create() : ssbModDemod_create()), tuning.low,
-            tuning.high);
+// A muted transceiver has no microphone either. What is left alone is the system's own device.
+void Transceiver::setAudio(const AudioChoice& output, const AudioChoice& microphone) {
+    using Kind = AudioChoice::Kind;
+    vtrx_setmuted(vtrx_.get(), output.kind == Kind::None && microphone.kind == Kind::None);
+    if (output.kind != Kind::Default)
+        vtrx_setaudioOutput(vtrx_.get(), output.kind == Kind::Device ? output.device : kNoOutput);
+    if (microphone.kind != Kind::Default)
+        vtrx_setaudioInput(vtrx_.get(), microphone.kind == Kind::Device ? microphone.device : kNoMicrophone);
 }
 
-void Transceiver::setAudio(const AudioChoice& audio) {
-    using Kind = AudioChoice::Kind;
-    vtrx_setmuted(vtrx_.get(), audio.kind == Kind::None);
-    if (audio.kind != Kind::Default)
-        vtrx_setaudioOutput(vtrx_.get(), audio.kind == Kind::Device ? audio.device : kNoOutput);
-    vtrx_setaudioInput(vtrx_.get(), 0);
+void Transceiver::setTransmitFilter(int low, int high) {
+    vtrx_setTxFilter(vtrx_.get(), low, high);
+}
+
+void Transceiver::setTransmitOffset(int hertz) {
+    vtrx_setTxOffset(vtrx_.get(), hertz);
+}
+
+void Transceiver::setDrive(int drive) {
+    vtrx_setdrive(vtrx_.get(), drive);
+}
+
+void Transceiver::setTune(bool on) {
+    vtrx_settune(vtrx_.get(), on);
+}
+
+void Transceiver::setPtt(bool on) {
+    ptt_ = on; // the library does not tell what it was told
+    vtrx_setptt(vtrx_.get(), on);
+}
+
+void Transceiver::setVox(bool on, double threshold, double hold) {
+    vtrx_setVoxThreshold(vtrx_.get(), threshold);
+    vtrx_setVoxHold(vtrx_.get(), hold);
+    vtrx_setforegroundDisplay(vtrx_.get(), on); // vox acts in the foreground only
+    vtrx_setuseVox(vtrx_.get(), on);
 }
 
 void Transceiver::setManualGain(double decibel) {

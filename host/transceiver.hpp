@@ -12,10 +12,10 @@
 
 namespace ferrow {
 
-// Where a transceiver's sound goes.
+// Where a transceiver's sound goes, or where it comes from.
 struct AudioChoice {
     enum class Kind { Default, None, Device } kind = Kind::None;
-    int device = -1; // with Kind::Device: Value of an item of Wireless.outputDevices
+    int device = -1; // with Kind::Device: Value of an item of Wireless.outputDevices or inputDevices
 };
 
 class Transceiver {
@@ -32,9 +32,20 @@ public:
 
     // Takes over a mode object and sets the filter for it, in Hz relative to vfo.
     void setMode(Object mode, int low, int high);
-    // A voice mode with the tuning's filter.
-    void setMode(const Tuning& tuning);
-    void setAudio(const AudioChoice& audio);
+    void setAudio(const AudioChoice& output, const AudioChoice& microphone = {});
+
+    // Band of the transmit filter in Hz relative to vfo, and how far above vfo the carrier stands.
+    void setTransmitFilter(int low, int high);
+    void setTransmitOffset(int hertz);
+    void setDrive(int drive); // 0 to 255
+    // A transmission is a plain carrier.
+    void setTune(bool on);
+    // Asks for the transmitter. The library may do so too: by voice, or when a slot begins.
+    void setPtt(bool on);
+    bool ptt() const { return ptt_; }
+    // Voice-operated transmit: linear peak of the microphone that keys, and seconds that it holds.
+    void setVox(bool on, double threshold = 0.4, double hold = 0.5);
+    double microphoneLevel() const { return microphoneLevel_; } // linear peak
     // Plain gain in dB in place of the automatic one.
     void setManualGain(double decibel);
     // Width of the display: the radio's rate divided by `zoom`, a power of two, around vfo + offset.
@@ -74,6 +85,8 @@ private:
     Object agc_;
     std::optional<double> strength_;
     bool tuningValid_ = true;
+    bool ptt_ = false;
+    double microphoneLevel_ = 0;
     std::optional<Clock::time_point> lastSamples_;
     std::optional<double> centre_;
     Object vtrx_; // last: goes first

@@ -15,10 +15,11 @@ struct ModeRow {
     Mode mode;
     int low, high;
 };
-constexpr std::array<ModeRow, 4> kModes = {{
+constexpr std::array<ModeRow, 5> kModes = {{
     {"usb", Mode::Usb, 300, 2700},
     {"lsb", Mode::Lsb, -2700, -300},
     {"am", Mode::Am, -4500, 4500},
+    {"fm", Mode::Fm, -6000, 6000},
     {"cw", Mode::Cw, kCwPitch - 250, kCwPitch + 250},
 }};
 
@@ -94,7 +95,7 @@ Tuning parseTuning(std::string_view text) {
             if (mode == row.name)
                 found = &row;
         if (!found)
-            throw UsageError(fmt::format("\"{}\": the modes are usb, lsb, am and cw", text));
+            throw UsageError(fmt::format("\"{}\": the modes are usb, lsb, am, fm and cw", text));
         tuning.mode = found->mode;
     }
     tuning.low = rowOf(tuning.mode).low;

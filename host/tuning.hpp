@@ -6,7 +6,7 @@
 
 namespace ferrow {
 
-enum class Mode { Usb, Lsb, Am, Cw };
+enum class Mode { Usb, Lsb, Am, Fm, Cw };
 
 const char* nameOf(Mode mode);
 
@@ -26,7 +26,7 @@ inline constexpr int kCwPitch = 600; // Hz
 
 // FREQUENCY[:MODE[LOW:HIGH]], as in 14.200M:usb, 7.1M:am or 14.2M:usb[200:2900]. Without a mode: below 10 MHz
 // lsb, above usb. LOW and HIGH are audio frequencies in Hz for usb, cw and lsb (which mirrors them), and
-// distances from the carrier for am. Throws UsageError.
+// distances from the carrier for am and fm. Throws UsageError.
 Tuning parseTuning(std::string_view text);
 
 } // namespace ferrow
