@@ -1,5 +1,7 @@
 // What a host sees of the life of objects, through exported functions only.
 
+#include "tests/support/sanitizer.hpp"
+
 #include <ferrowcore/ferrowcore.h>
 
 #include <gtest/gtest.h>
@@ -147,8 +149,10 @@ TEST_F(HostContract, TwoThousandSetsInARowLoseOnlyWhatTheRingCannotHold) {
 TEST_F(HostContract, SetsBeyondAFullRingAreRefusedAndLogged) {
     void* radio = HpsdrRadio_create();
     HpsdrRadio_setipAddress(radio, "127.0.0.78");
-    Radio_start(radio); // keeps the radio's context busy for more than 100 ms
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    Radio_bindvtrxAdded(radio, onVtrx);
+    Radio_start(radio);
+    // It makes the first transceiver, and then keeps the radio's context busy for more than 100 ms.
+    ASSERT_TRUE(pumpUntil([] { return !handles.empty(); }, 10));
     for (int i = 0; i < 2000; ++i)
         HpsdrRadio_setFwVersion(radio, i);
     std::this_thread::sleep_for(std::chrono::milliseconds(500)); // a ping too would be refused
@@ -348,8 +352,10 @@ TEST_F(HostContract, Transforms) {
 }
 
 TEST_F(HostContract, ProcessExitWithRunningThreadsIsClean) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a fork would lose the pool's threads
     EXPECT_EXIT(
         {
+            ferrow::test::leaveHandlesBehind();
             void* radio = HpsdrRadio_create();
             HpsdrRadio_setipAddress(radio, "127.0.0.77");
             Radio_start(radio);

@@ -1,4 +1,5 @@
 // The sound server goes away, and comes back.
+#include "core/audio/audio_input.hpp"
 #include "tests/audio/sound_fixture.hpp"
 
 #include <cstdio>
@@ -48,6 +49,9 @@ TEST_F(ServerLossTest, MutingClosesAndUnmutingOpensAgain) {
 TEST_F(ServerLossTest, ReceptionRunsOnWithoutTheServerAndPlaysAgainAfterItsReturn) {
     auto mode = std::make_shared<RealPartMode>(rootSyncTask);
     auto receiver = transceiver(mode, sinkNumber(), AudioProvider::instance().defaultInput);
+    const AudioProvider& devices = AudioProvider::instance();
+    const auto& captured = *devices.inputDeviceList[static_cast<std::size_t>(devices.defaultInput)];
+    ASSERT_TRUE(waitFor([&] { return captured.started(); }));
     Feed feed(*receiver);
     feed.run(0.8, tone);
     server->kill();
@@ -72,7 +76,7 @@ TEST_F(ServerLossTest, ReceptionRunsOnWithoutTheServerAndPlaysAgainAfterItsRetur
     mute(*receiver, true);
     mute(*receiver, false);
     EXPECT_TRUE(receiver->output().isOpen());
-    Feed(*receiver).run(1.5, tone);
+    Feed(*receiver).run(3, tone);
     EXPECT_GT(loudest(recorder.finish().left), 0.2f);
 }
 

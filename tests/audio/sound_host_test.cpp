@@ -1,5 +1,6 @@
 // The sound devices as a host sees them, through the exported functions alone.
 #include "tests/support/pulse_server.hpp"
+#include "tests/support/sanitizer.hpp"
 
 #include <ferrowcore/ferrowcore.h>
 #include <gtest/gtest.h>
@@ -139,6 +140,7 @@ TEST(SoundExitTest, ProcessLeavesWithRunningStreams) {
     ASSERT_TRUE(ferrow::test::PulseServer::installed());
     const ferrow::test::PulseServer server;
     const auto leave = [&server] {
+        ferrow::test::leaveHandlesBehind();
         init((server.folder() + "/fc.log").c_str(), 1);
         void* radio = Radio_create();
         transceivers.clear();

@@ -55,6 +55,7 @@ public:
         if (pid_ > 0)
             kill(pid_, number);
     }
+    pid_t pid() const { return pid_; }
     Outcome finish() {
         while (readSome()) {
         }

@@ -9,7 +9,7 @@ using namespace ferrow::test;
 
 TEST(HostProgram, HelpIsEverywhere) {
     EXPECT_EQ(runFerrow({"--help"}).code, 0);
-    for (const char* command : {"discover", "devices", "listen", "ft8", "demo"}) {
+    for (const char* command : {"discover", "devices", "listen", "ft8", "talk", "tune", "demo"}) {
         const Outcome help = runFerrow({command, "--help"});
         EXPECT_EQ(help.code, 0) << command;
         EXPECT_NE(help.output.find("Usage"), std::string::npos) << command;
@@ -42,6 +42,25 @@ TEST(HostProgram, WrongCommandLinesEndWithTwo) {
         {"ft8", "--radio", "127.61.1.1", "--band", "160m", "--ft4"},
         {"ft8", "--radio", "127.61.1.1", "a.wav"},
         {"ft8", "--radio", "127.61.1.1", "--dial", "14.O74M"},
+        {"ft8", "--radio", "127.61.1.1", "--band", "20m", "--slot", "odd"},
+        {"ft8", "--radio", "127.61.1.1", "--band", "20m", "--send", "THIS IS FAR TOO LONG"},
+        {"ft8", "--radio", "127.61.1.1", "--band", "20m", "--send", "CQ K1ABC FN42", "--slot", "third"},
+        {"ft8", "--radio", "127.61.1.1", "--band", "20m", "--send", "CQ K1ABC FN42", "--freq", "4000"},
+        {"ft8", "--radio", "127.61.1.1", "--band", "20m", "--send", "CQ K1ABC FN42", "--drive", "256"},
+        {"ft8", "--radio", "127.61.1.1", "--band", "20m", "--band", "40m", "--send", "CQ K1ABC FN42"},
+        {"ft8", "--send", "CQ K1ABC FN42", "a.wav"},
+        {"tune", "--radio", "127.61.1.1"},
+        {"tune", "--radio", "127.61.1.1", "--frequency", "14,2M"},
+        {"tune", "--radio", "127.61.1.1", "--frequency", "14.2M", "--seconds", "0"},
+        {"tune", "--radio", "127.61.1.1", "--frequency", "14.2M", "--watchdog", "0"},
+        {"talk", "--radio", "127.61.1.1"},
+        {"talk", "--radio", "127.61.1.1", "--tune", "14.2M:psk", "--ptt", "1"},
+        {"talk", "--radio", "127.61.1.1", "--tune", "14.03M:cw", "--ptt", "1"},
+        {"talk", "--radio", "127.61.1.1", "--tune", "29.6M:fm", "--ptt", "1", "--deviation", "75000"},
+        {"talk", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--vox", "--ptt", "1"},
+        {"talk", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--json"},
+        {"talk", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--ptt", "1", "--microphone", "loud"},
+        {"talk", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--wav", "a.wav", "--microphone", "1"},
         {"demo", "--loud"},
     };
     for (const auto& arguments : wrong) {
@@ -54,7 +73,9 @@ TEST(HostProgram, WrongCommandLinesEndWithTwo) {
 TEST(HostProgram, ARadioThatDoesNotAnswerEndsWithOne) {
     for (const auto& arguments :
          {std::vector<std::string>{"listen", "--radio", "127.61.1.2", "--tune", "14.2M:usb"},
-          {"ft8", "--radio", "127.61.1.2", "--band", "20m"}}) {
+          {"ft8", "--radio", "127.61.1.2", "--band", "20m"},
+          {"tune", "--radio", "127.61.1.2", "--frequency", "14.2M"},
+          {"talk", "--radio", "127.61.1.2", "--tune", "14.2M:usb", "--ptt", "1"}}) {
         const Outcome outcome = runFerrow(arguments);
         EXPECT_EQ(outcome.code, 1);
         EXPECT_NE(outcome.output.find("no radio answers at 127.61.1.2"), std::string::npos) << outcome.output;

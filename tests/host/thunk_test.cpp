@@ -75,7 +75,7 @@ TEST(Handles, SlotsComeBackWithDeleted) {
         for (std::size_t i = 0; i < echoes.size(); ++i)
             EXPECT_EQ(echoes[i], static_cast<int>(i) + 7);
         objects.clear();
-        EXPECT_TRUE(library().settle());
+        EXPECT_TRUE(library().settle(1));
         EXPECT_EQ(liveObjects(), live);
         EXPECT_EQ(Thunks<int>::taken(), before);
     }
@@ -90,7 +90,7 @@ TEST(Handles, MovingKeepsOneOwner) {
     EXPECT_TRUE(second);
     EXPECT_EQ(liveObjects(), live + 1);
     second = Object();
-    EXPECT_TRUE(library().settle());
+    EXPECT_TRUE(library().settle(1));
     EXPECT_EQ(liveObjects(), live);
 }
 
@@ -102,7 +102,7 @@ TEST(Devices, NoneIsAlwaysThere) {
     EXPECT_EQ(devices.outputs.front().label, "None");
     EXPECT_EQ(devices.inputs.front().value, 0);
     EXPECT_EQ(devices.inputs.front().label, "None");
-    EXPECT_FALSE(devices.hasOutput(4711));
+    EXPECT_THROW(devices.usableOutput({AudioChoice::Kind::Device, 4711}), UsageError);
 }
 
 TEST(LibraryStart, ALogThatCannotBeWrittenIsAFailure) {

@@ -46,6 +46,10 @@ TEST(TuningText, ModesHaveTheirFilters) {
     const Tuning am = parseTuning("7.215M:am");
     EXPECT_EQ(am.low, -4500);
     EXPECT_EQ(am.high, 4500);
+    const Tuning fm = parseTuning("29.6M:fm");
+    EXPECT_EQ(fm.mode, Mode::Fm);
+    EXPECT_EQ(fm.low, -6000);
+    EXPECT_EQ(fm.high, 6000);
 }
 
 TEST(TuningText, CwStandsAPitchBelow) {
@@ -77,7 +81,7 @@ TEST(TuningText, AFilterMayBeGiven) {
 
 TEST(TuningText, NonsenseIsRefused) {
     for (const char* text :
-         {"", ":usb", "14.2M:", "14.2M:fm", "14.2M:USB", "14.2M:usb[", "14.2M:usb[]", "14.2M:usb[300]",
+         {"", ":usb", "14.2M:", "14.2M:wfm", "14.2M:USB", "14.2M:usb[", "14.2M:usb[]", "14.2M:usb[300]",
           "14.2M:usb[300:2700", "14.2M:usb[2700:300]", "14.2M:usb[300:310]", "14.2M:usb[a:b]",
           "14.2M:usb[300:30000]", "14.2M:am[-99999:0]", "14.2M:usb[300:2700]x", "14.2M[300:2700]"})
         EXPECT_THROW(parseTuning(text), UsageError) << text;

@@ -38,7 +38,7 @@ find_package(ferrowcore 0.1 CONFIG REQUIRED)
 add_executable(host ../host.c)
 target_link_libraries(host PRIVATE ferrowcore::ferrowcore)
 C
-cmake -S "$work/cmake" -B "$work/cmake/build" -DCMAKE_PREFIX_PATH="$work/prefix" > "$work/cmake.log"
+cmake -G Ninja -S "$work/cmake" -B "$work/cmake/build" -DCMAKE_PREFIX_PATH="$work/prefix" > "$work/cmake.log"
 cmake --build "$work/cmake/build" >> "$work/cmake.log"
 "$work/cmake/build/host" "$work/a.log" | grep -qx "echo 42"
 

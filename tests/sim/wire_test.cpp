@@ -267,7 +267,8 @@ TEST(Wire, TelemetryGoesRoundFourAddresses) {
     stream.setTxReport(17, 0);
     EXPECT_EQ(
         four(7.0),
-        (Frames{{1, 0, 0, 17, 73}, {9, 4, 0x32, 1, 0x23}, {17, 0, 0x45, 6, 0x78}, {25, 1, 0x11, 2, 0x22}}));
+        (Frames{{0, 0, 0, 17, 73}, {8, 4, 0x32, 1, 0x23}, {16, 0, 0x45, 6, 0x78}, {24, 1, 0x11, 2, 0x22}}))
+        << "what the host keys is no input of the radio";
     stream.setTxReport(20, 0xC0);
     EXPECT_EQ(four(7.0)[0][3], 0xC0);
     EXPECT_EQ(four(7.0)[0][3], 20) << "an event is told once";
@@ -338,7 +339,7 @@ TEST(TxBufferModel, FillsDrainsAndReports) {
     TxBuffer buffer;
     buffer.fill(126);
     EXPECT_EQ(buffer.levelUnits(), 0) << "not keyed";
-    buffer.key(true, 10);
+    buffer.key(true, 10, 22);
     buffer.fill(126);
     buffer.drain(0.001, 1.0);
     EXPECT_EQ(buffer.levelUnits(), 126 / 32) << "waits for the latency before it drains";

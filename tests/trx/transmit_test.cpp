@@ -91,6 +91,16 @@ TEST_F(Transmit, APressWithTuneOnSendsACarrierAfter768SilentSamples) {
     EXPECT_TRUE(mode->sizes.empty()) << "the mode is not asked";
 }
 
+TEST_F(Transmit, APressWithTuneOnAndADirectModeHasNoSilence) {
+    mode->bufferedTx = false;
+    on(*t, [&] { t->tune.setFromHost(true); });
+    press(true);
+    const auto out = pull(6);
+    for (int i = 0; i < 512; ++i)
+        ASSERT_NEAR(out[static_cast<std::size_t>(i)].real(), 0.99 * raised(512 - i, 512), 1e-6) << i;
+    EXPECT_EQ(out[600], std::complex<float>(0.99f, 0));
+}
+
 TEST_F(Transmit, APressWithADirectModeHasNoSilence) {
     mode->bufferedTx = false;
     press(true);
@@ -99,6 +109,26 @@ TEST_F(Transmit, APressWithADirectModeHasNoSilence) {
         ASSERT_NEAR(out[static_cast<std::size_t>(i)].real(), raised(512 - i, 512), 1e-6) << i;
     EXPECT_EQ(out[600], std::complex<float>(1, 0));
     EXPECT_EQ(mode->sizes, std::vector<std::size_t>(5, kChunk));
+}
+
+TEST_F(Transmit, APressWithABufferedModeIsSilentFor768SamplesOfTheModesBlocks) {
+    press(true);
+    const auto out = pull(12);
+    for (int i = 0; i < 768; ++i)
+        ASSERT_EQ(out[static_cast<std::size_t>(i)], std::complex<float>()) << i;
+    for (int i = 768; i < 1280; ++i)
+        ASSERT_NEAR(out[static_cast<std::size_t>(i)].real(), raised(1280 - i, 512), 1e-6) << i;
+    EXPECT_EQ(out[1281], std::complex<float>(1, 0));
+    EXPECT_EQ(mode->sizes, std::vector<std::size_t>(3, 512)) << "1512 samples in blocks of 512";
+}
+
+TEST_F(Transmit, AModeThatLeavesTheBlockAloneSendsNothing) {
+    press(true);
+    pull(20);
+    on(*t, [&] { t->setModulation(std::make_shared<modDemod>(rootSyncTask)); });
+    pull(5); // what the last mode had made
+    for (const auto& sample : pull(10))
+        ASSERT_EQ(sample, std::complex<float>());
 }
 
 TEST_F(Transmit, AReleaseWithAShortTailStartsTheCosinePartWay) {
@@ -243,6 +273,16 @@ TEST_F(Transmit, AVoxHoldThatIsNoNumberDoesNotKeyForEver) {
     speak(0);
     feed(*t, Samples(512, 0.0f), kCentre, 48000);
     EXPECT_FALSE(t->ptt.value());
+}
+
+TEST_F(Transmit, AnotherModeEndsTheSidetoneOfTheLast) {
+    on(*t, [&] {
+        t->sidetone().fromKey = true;
+        t->sidetone().fromMode = true;
+        t->setModulation(nullptr);
+        EXPECT_FALSE(t->sidetone().fromKey);
+        EXPECT_FALSE(t->sidetone().fromMode);
+    });
 }
 
 TEST_F(Transmit, ATransceiverWithoutAModeIsUnkeyedAtOnce) {

@@ -312,10 +312,15 @@ TEST_F(WirelessTest, SecondWirelessTakesOver) {
     pumpUpdates();
     EXPECT_TRUE(test::waitFor([] { return Wireless::current() == nullptr; }));
     EXPECT_EQ(microphoneEq()[40], 1.0f);
+    void* const old = handle;
     handle = Wireless_create();
     Wireless_release(handle);
     handle = Wireless_create();
-    EXPECT_NE(Wireless::current(), nullptr);
+    const Wireless* const last = Wireless::current().get();
+    EXPECT_NE(last, nullptr);
+    Wireless_release(old);
+    pumpUpdates();
+    EXPECT_EQ(Wireless::current().get(), last) << "the end of an older one";
 }
 
 TEST_F(WirelessTest, LinesMayOutliveIt) {

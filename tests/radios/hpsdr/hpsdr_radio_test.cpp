@@ -1,5 +1,6 @@
 // The radio object's life: defaults, start, stop, receivers, and its end.
 #include "tests/radios/hpsdr/radio_bench.hpp"
+#include "tests/support/sanitizer.hpp"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -269,6 +270,8 @@ TEST(HpsdrRadio, WithoutTransmitSlotsEverythingIsRefusedWithAWord) {
     });
     EXPECT_EQ(log.exactly("error", "HpsdrRadio::stopRadio no tx buffers -2"), 1);
     EXPECT_EQ(log.exactly("error", "scc no tx buffers"), 1);
+    if (test::kAddressSanitizer)
+        GTEST_SKIP() << "its type checks need descriptors of their own";
     // A region that cannot be had leaves the socket without slots.
     rlimit before{};
     getrlimit(RLIMIT_NOFILE, &before);
