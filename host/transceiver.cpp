@@ -38,8 +38,7 @@ void Transceiver::setMode(Object mode, int low, int high) {
     mode_ = std::move(mode);
     vtrx_setModulation(vtrx_.get(), mode_.get());
     vtrx_setRxFilter(vtrx_.get(), low, high);
-    // The receivers were shared out for the filter that a new transceiver has.
-    vtrx_setRxFrequency(vtrx_.get(), vfo_);
+    retune(); // the receivers were shared out for the filter that a new transceiver has
 }
 
 // A muted transceiver has no microphone either. What is left alone is the system's own device.
@@ -97,6 +96,10 @@ void Transceiver::start() {
             takeSpectrum(array, low, high, rate);
         });
     vtrx_start(vtrx_.get());
+}
+
+void Transceiver::retune() {
+    vtrx_setRxFrequency(vtrx_.get(), vfo_);
 }
 
 void Transceiver::remove() {

@@ -57,6 +57,8 @@ public:
     std::function<void(const Spectrum&)> onSpectrum;
 
     void start();
+    // Asks the radio for its frequency once more.
+    void retune();
     // Takes it off the radio.
     void remove();
     // Gives all handles back. The callbacks may still come until the library calls Deleted.

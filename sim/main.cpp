@@ -1,6 +1,7 @@
 #include "sim/decibel.hpp"
 #include "sim/options.hpp"
 #include "sim/scene/build_sky.hpp"
+#include "sim/websocket/proxy_server.hpp"
 
 #include <csignal>
 #include <fmt/format.h>
@@ -55,14 +56,23 @@ void writeStatistics(const std::string& path, const Radios& radios, double upSec
         fmt::print(stderr, "ferrow-sim: cannot write {}\n", path);
 }
 
-void tellReady(const Options& options, const Radio& radio) {
-    const std::string line = fmt::format("ready {}:{}\n", radio.address(), radio.port());
+void tellReady(const Options& options, const std::string& place) {
+    const std::string line = fmt::format("ready {}\n", place);
     if (!options.quiet) {
         fmt::print("{}", line);
         std::fflush(stdout);
     }
     if (options.readyFd >= 0 && write(options.readyFd, line.data(), line.size()) < 0)
         fmt::print(stderr, "ferrow-sim: cannot write to descriptor {}\n", options.readyFd);
+}
+
+void writeStatistics(const std::string& path, const proxy::Server& server, double upSeconds) {
+    std::ofstream file(path, std::ios::trunc);
+    file << nlohmann::json{{"up_s", upSeconds}, {"cpu_s", cpuSeconds()}, {"websocket", server.statistics()}}
+                .dump(2)
+         << "\n";
+    if (!file)
+        fmt::print(stderr, "ferrow-sim: cannot write {}\n", path);
 }
 
 /// Runs until the time is up or a signal asks to end; SIGUSR1 calls `onUser`.
@@ -82,6 +92,28 @@ void waitForEnd(const sigset_t& signals, double duration, OnUser onUser) {
         else if (caught == SIGINT || caught == SIGTERM)
             return;
     }
+}
+
+int serveWebsocket(const Options& options, const Scene& scene, const BuiltScene& built,
+                   const sigset_t& signals) {
+    proxy::ServerSettings settings = *options.websocket;
+    settings.faults = options.radio.faults;
+    settings.faults.insert(settings.faults.end(), scene.faults.begin(), scene.faults.end());
+    try {
+        proxy::checkFaults(scene.faults);
+    } catch (const std::invalid_argument& error) {
+        throw SceneError(error.what());
+    }
+    const std::int64_t began = monotonicNs();
+    const proxy::Server server(settings, built.sky);
+    tellReady(options, server.url());
+    const auto report = [&] {
+        if (!options.statsFile.empty())
+            writeStatistics(options.statsFile, server, 1e-9 * static_cast<double>(monotonicNs() - began));
+    };
+    waitForEnd(signals, options.duration, report);
+    report();
+    return 0;
 }
 
 int run(Options options) {
@@ -107,6 +139,8 @@ int run(Options options) {
         prctl(PR_SET_PDEATHSIG, SIGTERM);
 
     setUtcOffset(options.utcOffset);
+    if (options.websocket)
+        return serveWebsocket(options, scene, built, signals);
     RadioSettings settings = options.radio;
     settings.telemetry = scene.telemetry;
     settings.faults.insert(settings.faults.end(), scene.faults.begin(), scene.faults.end());
@@ -120,7 +154,7 @@ int run(Options options) {
             settings.txRecord = fmt::format("{}.{}", options.radio.txRecord, radios.size() + 1);
         radios.push_back(std::make_unique<Radio>(settings, built.sky));
         ++settings.identity.mac[5];
-        tellReady(options, *radios.back());
+        tellReady(options, fmt::format("{}:{}", radios.back()->address(), radios.back()->port()));
     }
     const auto report = [&] {
         for (const auto& radio : radios)

@@ -19,6 +19,22 @@ std::array<std::uint8_t, 6> parseMac(const std::string& text) {
     return mac;
 }
 
+/// Takes over from the radio's settings what counts for a websocket too.
+proxy::ServerSettings websocketSettings(const std::string& place, const RadioSettings& radio) {
+    proxy::ServerSettings settings;
+    settings.clockPpm = radio.clockPpm;
+    settings.silent = radio.silent;
+    settings.seed = radio.seed;
+    try {
+        if (!place.empty())
+            parsePlace(place, settings);
+        proxy::checkFaults(radio.faults);
+    } catch (const std::invalid_argument& error) {
+        throw CLI::ValidationError("--websocket", error.what());
+    }
+    return settings;
+}
+
 } // namespace
 
 int parseOptions(int argc, const char* const* argv, Options& options) {
@@ -34,6 +50,13 @@ int parseOptions(int argc, const char* const* argv, Options& options) {
     int receivers = radio.identity.hardwareReceivers;
     app.add_option("--address", options.addresses, "IPv4 address; repeat it for several radios (127.0.0.1)");
     app.add_option("--port", radio.port, "UDP port")->check(CLI::Range(1, 65535))->capture_default_str();
+    std::string place;
+    CLI::Option* websocket =
+        app.add_option("--websocket", place,
+                       "serve receivers at 48 kHz over websockets in place of radios, at HOST[:PORT][/PATH] "
+                       "(127.0.0.1:4810/iq; port 0: a free one)")
+            ->expected(0, 1)
+            ->excludes("--address");
     app.add_option("--scene", options.scene, "scene file, or builtin")->capture_default_str();
     app.add_flag("--list-scene", options.listScene, "print the scene's stations as JSON and end");
     app.add_option("--write-sources", options.writeSources,
@@ -95,6 +118,8 @@ int parseOptions(int argc, const char* const* argv, Options& options) {
                 throw CLI::ValidationError("--fault", error.what());
             }
         }
+        if (*websocket)
+            options.websocket = websocketSettings(place, radio);
     } catch (const CLI::ParseError& error) {
         const bool help = error.get_exit_code() == 0;
         app.exit(error);

@@ -1,6 +1,8 @@
 #pragma once
 #include "sim/radio/radio.hpp"
+#include "sim/websocket/proxy_server.hpp"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +23,7 @@ struct Options {
     std::string statsFile;
     std::string traceFile;
     int readyFd = -1;
+    std::optional<proxy::ServerSettings> websocket; ///< serve this in place of radios
 };
 
 /// Reads the command line. Returns -1 to go on, else the exit code (0 after --help, 2 after a mistake, which

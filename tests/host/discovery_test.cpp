@@ -119,7 +119,7 @@ TEST(DiscoveryReply, ForeignAndShortDatagramsAreNone) {
 
 TEST(Discovery, FindsARadioAtAnAddress) {
     const Responder radio("127.61.0.1", {reply()});
-    const auto found = findRadio("127.61.0.1");
+    const auto found = findRadio({RadioKind::Hpsdr, "127.61.0.1"});
     EXPECT_EQ(found.address, "127.61.0.1");
     EXPECT_EQ(radio.wrong, 0);
 }
@@ -153,10 +153,10 @@ TEST(Discovery, ForeignDatagramsAreNoRadio) {
 }
 
 TEST(Discovery, SilenceIsAFailure) {
-    EXPECT_THROW(findRadio("127.61.0.4", 200ms), Failure);
+    EXPECT_THROW(findRadio({RadioKind::Hpsdr, "127.61.0.4"}, 200ms), Failure);
 }
 
 TEST(Discovery, AddressesAreIpv4) {
     for (const char* text : {"", "radio", "1.2.3", "1.2.3.4.5", "256.1.1.1", "::1", "1.2.3.4 "})
-        EXPECT_THROW(findRadio(text, 100ms), UsageError) << text;
+        EXPECT_THROW(findRadio({RadioKind::Hpsdr, text}, 100ms), UsageError) << text;
 }
