@@ -2,7 +2,7 @@
 
 #include "host/failure.hpp"
 
-#include <array>
+#include <cmath>
 #include <ferrowcore/hpsdr.h>
 #include <ferrowcore/hpsdr_np.h>
 #include <ferrowcore/radio.h>
@@ -95,6 +95,17 @@ Object makeRadio(const FoundRadio& radio, const RadioOptions& options) {
                                                        : makeWsProxy(radio);
     Radio_setSampleRate(object.get(), options.sampleRate);
     return object;
+}
+
+// The library raises what comes from the SDRplay API by 20 dB, and its filter for rates that are no power of
+// two times 48000 spreads a gain of 1 over 96 or 384 phases.
+double strengthAbove(RadioKind kind, int sampleRate) {
+    if (kind != RadioKind::SdrPlay)
+        return 0;
+    const double phases = sampleRate == 10000000                           ? 384
+                          : sampleRate == 2000000 || sampleRate == 8000000 ? 96
+                                                                           : 1;
+    return 20 - 20 * std::log10(phases);
 }
 
 void bindHealth(Object& object, RadioKind kind, std::function<void(int)> onGaps,

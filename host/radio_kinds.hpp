@@ -19,6 +19,10 @@ struct RadioOptions {
 // not.
 Object makeRadio(const FoundRadio& radio, const RadioOptions& options);
 
+// dB that the library's signal strength lies above that of other radios, where 0 dB is full scale at 0 dB of
+// gain.
+double strengthAbove(RadioKind kind, int sampleRate);
+
 // Gaps in the stream, and overloads of the converter, for those kinds that tell.
 void bindHealth(Object& object, RadioKind kind, std::function<void(int)> onGaps,
                 std::function<void(bool)> onOverload);

@@ -22,7 +22,7 @@ constexpr auto kFarewell = 500ms;
 } // namespace
 
 RadioSession::RadioSession(Library& library, const FoundRadio& radio, const RadioOptions& options)
-    : library_(library), found_(radio) {
+    : library_(library), found_(radio), strengthAbove_(strengthAbove(radio.kind, options.sampleRate)) {
     if (radio.running && !options.takeOver)
         throw Failure(fmt::format(
             "the radio at {} serves another program; --take-over starts it all the same", radio.address));
@@ -80,7 +80,7 @@ Transceiver& RadioSession::add(long long vfo) {
         Radio_addVtrx(radio_.get(), vfo, 0, 0);
     if (!library_.pumpUntil([this] { return arrived_ != nullptr; }, kPatience))
         throw Failure(interrupted() ? "interrupted" : "the library makes no transceiver; see its log");
-    transceivers_.push_back(std::make_unique<Transceiver>(arrived_, vfo));
+    transceivers_.push_back(std::make_unique<Transceiver>(arrived_, vfo, strengthAbove_));
     Transceiver& made = *transceivers_.back();
     if (found_.kind == RadioKind::WsProxy)
         vtrx_setvfo(arrived_, vfo);

@@ -77,6 +77,7 @@ private:
     Library& library_;
     std::optional<LibraryWords> words_; // for the kinds that speak on the standard output
     FoundRadio found_;
+    double strengthAbove_;       // dB
     int before_ = liveObjects(); // those of others, such as items of the device lists
     int sequenceErrors_ = 0;
     bool adcOverload_ = false;

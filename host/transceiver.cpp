@@ -17,9 +17,11 @@ constexpr int kNoOutput = -1, kNoMicrophone = 0;
 
 } // namespace
 
-Transceiver::Transceiver(void* handle, long long vfo) : vfo_(vfo), vtrx_(handle) {
+Transceiver::Transceiver(void* handle, long long vfo, double strengthAbove) : vfo_(vfo), vtrx_(handle) {
     vtrx_.bind(vtrx_bindrxagc, [this](void* item) { agc_ = Object(item); });
-    vtrx_.bind(vtrx_bindsignalStrength, [this](double value) { strength_ = value + kStrengthOffset; });
+    vtrx_.bind(vtrx_bindsignalStrength, [this, offset = kStrengthOffset - strengthAbove](double value) {
+        strength_ = value + offset;
+    });
     vtrx_.bind(vtrx_bindTuningValid, [this](bool value) { tuningValid_ = value; });
     vtrx_.bind(vtrx_bindptt, [this](bool value) { ptt_ = value; });
     vtrx_.bind(vtrx_bindmicLevel, [this](double value) { microphoneLevel_ = value; });

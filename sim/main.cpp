@@ -99,11 +99,7 @@ int serveWebsocket(const Options& options, const Scene& scene, const BuiltScene&
     proxy::ServerSettings settings = *options.websocket;
     settings.faults = options.radio.faults;
     settings.faults.insert(settings.faults.end(), scene.faults.begin(), scene.faults.end());
-    try {
-        proxy::checkFaults(scene.faults);
-    } catch (const std::invalid_argument& error) {
-        throw SceneError(error.what());
-    }
+    proxy::checkFaults(scene.faults);
     const std::int64_t began = monotonicNs();
     const proxy::Server server(settings, built.sky);
     tellReady(options, server.url());
@@ -127,6 +123,12 @@ int run(Options options) {
         for (const std::string& path : writeSources(built, options.writeSources))
             fmt::print("{}\n", path);
         return 0;
+    }
+
+    if (options.sdrplay) {
+        if (options.dieWithParent)
+            prctl(PR_SET_PDEATHSIG, SIGTERM);
+        return rsp::launch(*options.sdrplay, options.program);
     }
 
     sigset_t signals;
@@ -181,6 +183,9 @@ int main(int argc, char** argv) {
         return run(std::move(options));
     } catch (const SceneError& error) {
         fmt::print(stderr, "ferrow-sim: scene: {}\n", error.what());
+        return kWrongInput;
+    } catch (const std::invalid_argument& error) {
+        fmt::print(stderr, "ferrow-sim: {}\n", error.what());
         return kWrongInput;
     } catch (const std::exception& error) {
         fmt::print(stderr, "ferrow-sim: {}\n", error.what());

@@ -57,6 +57,20 @@ int parseOptions(int argc, const char* const* argv, Options& options) {
                        "(127.0.0.1:4810/iq; port 0: a free one)")
             ->expected(0, 1)
             ->excludes("--address");
+    rsp::LaunchSettings sdrplay;
+    bool runProgram = false;
+    CLI::Option* launch =
+        app.add_flag("--sdrplay", runProgram,
+                     "run PROGRAM with a stand-in for the SDRplay API in place of radios, or print the "
+                     "environment for it; with --duration the device is removed then")
+            ->excludes("--address")
+            ->excludes(websocket);
+    app.add_option("--devices", sdrplay.devices,
+                   "MODEL:SERIAL,... that the stand-in knows (one of each model)")
+        ->needs(launch);
+    app.add_option("--sdrplay-record", sdrplay.recordFile, "append a JSON line for each call of the API")
+        ->needs(launch);
+    app.add_option("PROGRAM", options.program, "with its arguments, behind --")->needs(launch);
     app.add_option("--scene", options.scene, "scene file, or builtin")->capture_default_str();
     app.add_flag("--list-scene", options.listScene, "print the scene's stations as JSON and end");
     app.add_option("--write-sources", options.writeSources,
@@ -117,6 +131,15 @@ int parseOptions(int argc, const char* const* argv, Options& options) {
             } catch (const std::invalid_argument& error) {
                 throw CLI::ValidationError("--fault", error.what());
             }
+        }
+        if (*launch) {
+            if (!radio.faults.empty())
+                throw CLI::ValidationError("--fault", "the stand-in for the SDRplay API has none");
+            sdrplay.scene = options.scene;
+            sdrplay.clockPpm = radio.clockPpm;
+            sdrplay.utcOffset = options.utcOffset;
+            sdrplay.unplugAfter = options.duration;
+            options.sdrplay = sdrplay;
         }
         if (*websocket)
             options.websocket = websocketSettings(place, radio);
