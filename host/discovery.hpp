@@ -48,7 +48,7 @@ struct DiscoveryOptions {
     std::vector<std::string> addresses; // asked one by one, beside the broadcasts
     bool broadcast = true;              // to 255.255.255.255, every interface's own, and 127.0.0.1
     std::chrono::milliseconds timeout{1000};
-    std::optional<RadioKind> only; // Hpsdr or HpsdrNp; nothing: both
+    std::optional<RadioKind> only = std::nullopt; // Hpsdr or HpsdrNp; nothing: both
 };
 
 // Asks, a few times over, until the time is up; without broadcast it ends once every address has answered.
