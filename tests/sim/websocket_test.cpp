@@ -221,10 +221,13 @@ TEST(WebsocketServer, FaultsStrikeMessages) {
     int texts = 0, kindTwo = 0;
     for (int i = 0; i < 200; ++i) {
         const Message message = client.read();
-        if (message.text)
-            ++texts, EXPECT_THROW(static_cast<void>(json::parse(message.bytes)), json::exception);
-        else
-            ++sizes[message.bytes.size()], kindTwo += message.bytes[0] == 2;
+        if (message.text) {
+            ++texts;
+            EXPECT_FALSE(json::accept(message.bytes));
+            continue;
+        }
+        ++sizes[message.bytes.size()];
+        kindTwo += message.bytes[0] == 2;
     }
     EXPECT_GT(sizes[8208], 10);
     EXPECT_GT(sizes[8210], 10);
