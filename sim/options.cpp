@@ -89,8 +89,7 @@ int parseOptions(int argc, const char* const* argv, Options& options) {
     app.add_option("--firmware", firmware, "firmware version")
         ->check(CLI::Range(0, 255))
         ->capture_default_str();
-    app.add_option("--receivers", radio.identity.hardwareReceivers,
-                   "number of receivers that discovery tells of")
+    app.add_option("--receivers", receivers, "number of receivers that discovery tells of")
         ->check(CLI::Range(1, kMaxReceivers))
         ->capture_default_str();
     app.add_option("--tx-record", radio.txRecord,

@@ -111,8 +111,7 @@ private:
 // A radio with its transceivers, all in upper-sideband mode and silent.
 class NpReception {
 public:
-    NpReception(const NpSimulator& simulator, int rate, int receivers = 1)
-        : radio_((library(), HpsdrNpRadio_create())) {
+    NpReception(const NpSimulator& simulator, int rate, int receivers = 1) : radio_(HpsdrNpRadio_create()) {
         void* const radio = radio_.get();
         radio_.bind(Radio_bindvtrxAdded, [this](void* vtrx, long long, int, int) { arrived_ = vtrx; });
         radio_.bind(HpsdrNpRadio_bindep6SeqErrors, [this](int value) { sequenceErrors = value; });
@@ -132,7 +131,7 @@ public:
             one->release();
         }
         radio_.reset();
-        library().settle(0, 5s);
+        EXPECT_TRUE(library().settle(before_, 5s));
     }
 
     // The first start makes a transceiver of its own; the radio has no receivers before.
@@ -182,6 +181,7 @@ public:
     double peakDb = 0;
 
 private:
+    const int before_ = (library(), liveObjects());
     void* arrived_ = nullptr;
     Object radio_;
 };
