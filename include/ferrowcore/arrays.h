@@ -24,9 +24,10 @@ FERROW_API int complexArray_size(void* array);
 FERROW_API float* complexArray_data(void* array);
 FERROW_API void complexArray_delete(void* array);
 
-/* Memory aligned to 64 bytes, for `bytes` rounded down to a multiple of 16: fewer than 16 give null. */
+/* Memory aligned to 64 bytes, for `bytes` rounded down to a multiple of 16: fewer than 16 give null. mem_free accepts null;
+ * mem_memcpy copies nothing for `bytes` below 1. */
 FERROW_API void* mem_malloc(int bytes);
-FERROW_API void mem_free(void* memory); /* null is accepted */
+FERROW_API void mem_free(void* memory);
 FERROW_API void mem_memcpy(void* destination, const void* source, int bytes);
 
 /* Transforms in double precision over two doubleArray handles, input first. The arrays hold complex values as pairs of

@@ -27,11 +27,13 @@ FERROW_API void vtrx_setOwnerID(void* handle, int value);
 FERROW_API void vtrx_bindTxOffset(void* handle, void (*callback)(int value));
 FERROW_API void vtrx_setTxOffset(void* handle, int value);
 
-/* audioInput: microphone: the Value of an item of Wireless.inputDevices. */
+/* audioInput: microphone: the Value of an item of Wireless.inputDevices; 0 for none. Default: the system's own device, which
+ * the library tells. Opened by vtrx_start, and anew after a change. */
 FERROW_API void vtrx_bindaudioInput(void* handle, void (*callback)(int value));
 FERROW_API void vtrx_setaudioInput(void* handle, int value);
 
-/* audioOutput: speaker: the Value of an item of Wireless.outputDevices; negative for none. */
+/* audioOutput: speaker: the Value of an item of Wireless.outputDevices; negative for none. Default: the system's own device,
+ * which the library tells. Opened by vtrx_start, and anew after a change. */
 FERROW_API void vtrx_bindaudioOutput(void* handle, void (*callback)(int value));
 FERROW_API void vtrx_setaudioOutput(void* handle, int value);
 
@@ -138,13 +140,13 @@ FERROW_API void vtrx_setuseResampler(void* handle, bool value);
 FERROW_API void vtrx_binduseVox(void* handle, void (*callback)(bool value));
 FERROW_API void vtrx_setuseVox(void* handle, bool value);
 
-/* rxagc: agc of reception. The host owns the handle that it is told. */
-FERROW_API void vtrx_bindrxagc(void* handle, void (*callback)(void* item));
-FERROW_API void vtrx_setrxagc(void* handle, void* item);
+/* rxagc: agc of reception. By default one of the transceiver's own; the host owns the handle that it is told. */
+FERROW_API void vtrx_bindrxagc(void* handle, void (*callback)(void* agc));
+FERROW_API void vtrx_setrxagc(void* handle, void* agc);
 
-/* txagc: agc in use while audio must be silent; its Volume is 0. */
-FERROW_API void vtrx_bindtxagc(void* handle, void (*callback)(void* item));
-FERROW_API void vtrx_settxagc(void* handle, void* item);
+/* txagc: agc in use while audio must be silent; its Volume is 0 by default. */
+FERROW_API void vtrx_bindtxagc(void* handle, void (*callback)(void* agc));
+FERROW_API void vtrx_settxagc(void* handle, void* agc);
 
 /* newAudio: a block of received audio at 48000 a second, by getUpdates, while SendAudio. The host owns the
  * array. */
