@@ -200,6 +200,19 @@ def read(headers=HEADERS):
     return Interface(functions, classes, free)
 
 
+def default_of(member):
+    """The default that a property's comment names, as a Python value; None where it names none."""
+    match = re.search(r"[Dd]efault:? (true|false|empty|-?\d+(?:\.\d+)?)", member.comment)
+    if not match or member.kind != "property":
+        return None
+    word = match[1]
+    if member.type == "bool":
+        return {"true": True, "false": False}.get(word)
+    if member.type == "const char*":
+        return "" if word == "empty" else None
+    return None if word in ("true", "false", "empty") else float(word) if member.type in ("float", "double") else int(word)
+
+
 def label_of(interface, name):
     """The label of the task that a function posts, or None."""
     stem, _, rest = name.partition("_")

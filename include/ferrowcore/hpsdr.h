@@ -82,7 +82,7 @@ FERROW_API void HpsdrRadio_setFwVersion(void* handle, int value);
 FERROW_API void HpsdrRadio_bindMercurySerial(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setMercurySerial(void* handle, int value);
 
-/* MinTxBufferLevel: lowest fill of the radio's transmit buffer, 0 to 128. Written by the library; what a
+/* MinTxBufferLevel: lowest fill of the radio's transmit buffer, 0 to 128. Default 0. Written by the library; what a
  * host writes is overwritten by the next update. */
 FERROW_API void HpsdrRadio_bindMinTxBufferLevel(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setMinTxBufferLevel(void* handle, int value);
@@ -99,13 +99,13 @@ FERROW_API void HpsdrRadio_setPenelopeSerial(void* handle, int value);
 FERROW_API void HpsdrRadio_bindTXBufferLatency(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setTXBufferLatency(void* handle, int value);
 
-/* TxBufferOverflow: count of reports. Written by the library; what a host writes is overwritten by the next
+/* TxBufferOverflow: count of reports. Default 0. Written by the library; what a host writes is overwritten by the next
  * update. */
 FERROW_API void HpsdrRadio_bindTxBufferOverflow(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setTxBufferOverflow(void* handle, int value);
 
-/* TxBufferUnderflow: count of reports. Written by the library; what a host writes is overwritten by the next
- * update. */
+/* TxBufferUnderflow: count of reports. Default 0. Written by the library; what a host writes is overwritten by the
+ * next update. */
 FERROW_API void HpsdrRadio_bindTxBufferUnderflow(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setTxBufferUnderflow(void* handle, int value);
 
@@ -121,8 +121,8 @@ FERROW_API void HpsdrRadio_setclockFrequency(void* handle, int value);
 FERROW_API void HpsdrRadio_bindep4SeqErrors(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setep4SeqErrors(void* handle, int value);
 
-/* ep6SeqErrors: gaps in the receive stream. Written by the library; what a host writes is overwritten by the
- * next update. */
+/* ep6SeqErrors: gaps in the receive stream. Default 0. Written by the library; what a host writes is overwritten by
+ * the next update. */
 FERROW_API void HpsdrRadio_bindep6SeqErrors(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setep6SeqErrors(void* handle, int value);
 
@@ -170,36 +170,36 @@ FERROW_API void HpsdrRadio_setrxGain(void* handle, int value);
 FERROW_API void HpsdrRadio_bindtxGain(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_settxGain(void* handle, int value);
 
-/* FwdPwr: watts, 0 while receiving. Written by the library; what a host writes is overwritten by the next
+/* FwdPwr: watts, 0 while receiving. Default 0. Written by the library; what a host writes is overwritten by the next
  * update. */
 FERROW_API void HpsdrRadio_bindFwdPwr(void* handle, void (*callback)(float value));
 FERROW_API void HpsdrRadio_setFwdPwr(void* handle, float value);
 
-/* RevPwr: watts, 0 while receiving. Written by the library; what a host writes is overwritten by the next
+/* RevPwr: watts, 0 while receiving. Default 0. Written by the library; what a host writes is overwritten by the next
  * update. */
 FERROW_API void HpsdrRadio_bindRevPwr(void* handle, void (*callback)(float value));
 FERROW_API void HpsdrRadio_setRevPwr(void* handle, float value);
 
-/* Swr: ratio, 0 while receiving. Written by the library; what a host writes is overwritten by the next
+/* Swr: ratio, 0 while receiving. Default 0. Written by the library; what a host writes is overwritten by the next
  * update. */
 FERROW_API void HpsdrRadio_bindSwr(void* handle, void (*callback)(float value));
 FERROW_API void HpsdrRadio_setSwr(void* handle, float value);
 
-/* Current: milliamperes, 0 while receiving. Written by the library; what a host writes is overwritten by the
- * next update. */
+/* Current: milliamperes, 0 while receiving. Default 0. Written by the library; what a host writes is overwritten by
+ * the next update. */
 FERROW_API void HpsdrRadio_bindCurrent(void* handle, void (*callback)(double value));
 FERROW_API void HpsdrRadio_setCurrent(void* handle, double value);
 
-/* Temp: degrees Celsius. Written by the library; what a host writes is overwritten by the next update. */
+/* Temp: degrees Celsius. Default 0. Written by the library; what a host writes is overwritten by the next update. */
 FERROW_API void HpsdrRadio_bindTemp(void* handle, void (*callback)(double value));
 FERROW_API void HpsdrRadio_setTemp(void* handle, double value);
 
-/* adcPeak: peak of the wideband samples as a fraction of maxAdcValue. Written by the library; what a host
+/* adcPeak: peak of the wideband samples as a fraction of maxAdcValue. Default 0. Written by the library; what a host
  * writes is overwritten by the next update. */
 FERROW_API void HpsdrRadio_bindadcPeak(void* handle, void (*callback)(double value));
 FERROW_API void HpsdrRadio_setadcPeak(void* handle, double value);
 
-/* adcPeakDBFS: the same in dB; -100 for none. Written by the library; what a host writes is overwritten by
+/* adcPeakDBFS: the same in dB; -100 for none. Default 0. Written by the library; what a host writes is overwritten by
  * the next update. */
 FERROW_API void HpsdrRadio_bindadcPeakDBFS(void* handle, void (*callback)(double value));
 FERROW_API void HpsdrRadio_setadcPeakDBFS(void* handle, double value);
@@ -236,7 +236,7 @@ FERROW_API void HpsdrRadio_setRXAntenna(void* handle, bool value);
 FERROW_API void HpsdrRadio_bindUseJ16(void* handle, void (*callback)(bool value));
 FERROW_API void HpsdrRadio_setUseJ16(void* handle, bool value);
 
-/* adcOvl: ADC overload. Written by the library; what a host writes is overwritten by the next update. */
+/* adcOvl: ADC overload. Default false. Written by the library; what a host writes is overwritten by the next update. */
 FERROW_API void HpsdrRadio_bindadcOvl(void* handle, void (*callback)(bool value));
 FERROW_API void HpsdrRadio_setadcOvl(void* handle, bool value);
 

@@ -50,8 +50,8 @@ FERROW_API void vtrx_setoversample(void* handle, int value);
 FERROW_API void vtrx_bindwaterfallSpeed(void* handle, void (*callback)(int value));
 FERROW_API void vtrx_setwaterfallSpeed(void* handle, int value);
 
-/* specFreq: Hz; centre of the spectrum, vfo + specOffset. Written by the library; what a host writes is
- * overwritten by the next update. */
+/* specFreq: Hz; centre of the spectrum, vfo + specOffset. Default 14095600. Written by the library; what a host writes
+ * is overwritten by the next update. */
 FERROW_API void vtrx_bindspecFreq(void* handle, void (*callback)(long long value));
 FERROW_API void vtrx_setspecFreq(void* handle, long long value);
 
@@ -79,13 +79,13 @@ FERROW_API void vtrx_setVoxHold(void* handle, double value);
 FERROW_API void vtrx_bindVoxThreshold(void* handle, void (*callback)(double value));
 FERROW_API void vtrx_setVoxThreshold(void* handle, double value);
 
-/* micLevel: linear peak of the microphone, about every 0.2 s. Written by the library; what a host writes is
+/* micLevel: linear peak of the microphone, about every 0.2 s. Default 0. Written by the library; what a host writes is
  * overwritten by the next update. */
 FERROW_API void vtrx_bindmicLevel(void* handle, void (*callback)(double value));
 FERROW_API void vtrx_setmicLevel(void* handle, double value);
 
-/* signalStrength: dB, about every 0.2 s: ten times the peak power after the filter, so that a full-scale
- * carrier reads +10. Written by the library; what a host writes is overwritten by the next update. */
+/* signalStrength: dB, about every 0.2 s: ten times the peak power after the filter, so that a full-scale carrier reads
+ * +10. Default 0. Written by the library; what a host writes is overwritten by the next update. */
 FERROW_API void vtrx_bindsignalStrength(void* handle, void (*callback)(double value));
 FERROW_API void vtrx_setsignalStrength(void* handle, double value);
 
@@ -106,12 +106,12 @@ FERROW_API void vtrx_setSendAudio(void* handle, bool value);
 FERROW_API void vtrx_bindSendIQ(void* handle, void (*callback)(bool value));
 FERROW_API void vtrx_setSendIQ(void* handle, bool value);
 
-/* TuningValid: vfo and filter lie inside the hardware receiver. Written by the library; what a host writes
- * is overwritten by the next update. */
+/* TuningValid: vfo and filter lie inside the hardware receiver. Default true. Written by the library; what a host
+ * writes is overwritten by the next update. */
 FERROW_API void vtrx_bindTuningValid(void* handle, void (*callback)(bool value));
 FERROW_API void vtrx_setTuningValid(void* handle, bool value);
 
-/* bandwidthSufficient: false: the radio's rate is below the mode's. Written by the library; what a host
+/* bandwidthSufficient: false: the radio's rate is below the mode's. Default true. Written by the library; what a host
  * writes is overwritten by the next update. */
 FERROW_API void vtrx_bindbandwidthSufficient(void* handle, void (*callback)(bool value));
 FERROW_API void vtrx_setbandwidthSufficient(void* handle, bool value);
