@@ -166,8 +166,9 @@ FERROW_API void vtrx_bindnewSpectrum(void* handle, void (*callback)(void* floatA
 /* Silences the transceiver and takes it off its radio. */
 FERROW_API void vtrx_remove(void* handle);
 
-/* Gives the transceiver a mode, any object of a modDemod class; null takes the mode away. The filters stay
- * as they are: set them for the mode. */
+/* Gives the transceiver a mode, any object of a modDemod class; null takes the mode away. Without one it receives nothing:
+ * no audio, no spectra, no signal strength. The filters stay as they are: set them for the mode. It acts from the next
+ * block. */
 FERROW_API void vtrx_setModulation(void* handle, void* modDemod);
 
 /* Receive filter from `low` to `high` Hz relative to vfo; negative is below it. Default -3000 to 3000. It
