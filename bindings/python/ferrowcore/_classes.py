@@ -266,16 +266,16 @@ class HpsdrNpRadio(Radio):
         "RevPwr: W, carried for the host. Default 0.")
     Swr = Property("HpsdrNpRadio", "Swr", "f", 0.0,
         "Swr: carried for the host. Default 0.")
-    adcOvl = Property("HpsdrNpRadio", "adcOvl", "?", None,
-        "adcOvl: the ADC is overloaded, as the radio reports. Written by the library.")
-    ep6SeqErrors = Property("HpsdrNpRadio", "ep6SeqErrors", "i", None,
-        "ep6SeqErrors: gaps in the receive streams. Written by the library.")
-    ep4SeqErrors = Property("HpsdrNpRadio", "ep4SeqErrors", "i", None,
-        "ep4SeqErrors: stays 0.")
-    adcPeak = Property("HpsdrNpRadio", "adcPeak", "d", None,
-        "adcPeak: peak of the wideband samples as a fraction of full scale, every 202 wideband packets. Written by the library.")
-    adcPeakDBFS = Property("HpsdrNpRadio", "adcPeakDBFS", "d", None,
-        "adcPeakDBFS: the same in dB; -100 without a signal. Written by the library.")
+    adcOvl = Property("HpsdrNpRadio", "adcOvl", "?", False,
+        "adcOvl: the ADC is overloaded, as the radio reports. Default false. Written by the library.")
+    ep6SeqErrors = Property("HpsdrNpRadio", "ep6SeqErrors", "i", 0,
+        "ep6SeqErrors: gaps in the receive streams. Default 0. Written by the library.")
+    ep4SeqErrors = Property("HpsdrNpRadio", "ep4SeqErrors", "i", 0,
+        "ep4SeqErrors: stays 0. Default 0.")
+    adcPeak = Property("HpsdrNpRadio", "adcPeak", "d", 0.0,
+        "adcPeak: peak of the wideband samples as a fraction of full scale, every 202 wideband packets. Default 0. Written by the library.")
+    adcPeakDBFS = Property("HpsdrNpRadio", "adcPeakDBFS", "d", 0.0,
+        "adcPeakDBFS: the same in dB; -100 without a signal. Default 0. Written by the library.")
 
 
 class HpsdrRadio(Radio):
@@ -793,8 +793,9 @@ class vtrx(asyncObject):
         """Silences the transceiver and takes it off its radio."""
         self._call("vtrx_remove", [])
     def setModulation(self, modDemod):
-        """Gives the transceiver a mode, any object of a modDemod class; null takes the mode away. The filters stay as
-        they are: set them for the mode."""
+        """Gives the transceiver a mode, any object of a modDemod class; null takes the mode away. Without one it
+        receives nothing: no audio, no spectra, no signal strength. The filters stay as they are: set them for the
+        mode. It acts from the next block."""
         self._call("vtrx_setModulation", ["modDemod"], modDemod)
     def setRxFilter(self, low, high):
         """Receive filter from `low` to `high` Hz relative to vfo; negative is below it. Default -3000 to 3000. It acts
