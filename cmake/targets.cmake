@@ -22,6 +22,20 @@ function(ferrow_test name)
   target_link_libraries(test_${name} PRIVATE ${T_LINK} GTest::gtest GTest::gtest_main Threads::Threads fmt::fmt)
   # One label with all words in it: ctest -L and -LE look for a part of it.
   string(REPLACE ";" "-" labels "${T_LABELS}")
+  # What every test includes is compiled once.
+  if(NOT TARGET test_precompiled)
+    file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/test_precompiled.cpp CONTENT "int main() {}\n")
+    add_executable(test_precompiled ${PROJECT_BINARY_DIR}/test_precompiled.cpp)
+    target_link_libraries(test_precompiled PRIVATE GTest::gtest Threads::Threads fmt::fmt)
+    target_compile_options(test_precompiled PRIVATE -pthread)
+    target_precompile_headers(test_precompiled PRIVATE <gtest/gtest.h> <fmt/format.h> <atomic> <chrono> <complex>
+      <condition_variable> <functional> <map> <memory> <mutex> <random> <string> <string_view> <thread> <vector>)
+  endif()
+  if(NOT "${T_SOURCES}" MATCHES "\\.c(;|$)")
+    target_precompile_headers(test_${name} REUSE_FROM test_precompiled)
+    # With a precompiled header GCC 12 forgets that the standard library is a system header, and warns of what is no fault.
+    target_compile_options(test_${name} PRIVATE -pthread -Wno-array-bounds -Wno-restrict -Wno-stringop-overflow)
+  endif()
   gtest_discover_tests(test_${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
                        PROPERTIES LABELS "${labels}" TIMEOUT ${T_TIMEOUT} RUN_SERIAL ${T_SERIAL})
 endfunction()
