@@ -33,5 +33,5 @@ for package in "$dev" "$host"; do
 done
 [ "$(dpkg-deb -I "$library" shlibs)" = "libferrowcore_avx2 0 libferrowcore-avx2-0 (>= $version)" ] ||
     fail "shlibs: $(dpkg-deb -I "$library" shlibs)"
-[[ $(dpkg-deb -I "$library" triggers) == *ldconfig* ]] || fail "nobody runs ldconfig"
+[[ $(dpkg-deb -I "$library" postinst) == *ldconfig* ]] || fail "nobody runs ldconfig"
 echo "three packages as they should be"
