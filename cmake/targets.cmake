@@ -47,3 +47,21 @@ function(ferrow_bench name)
   target_include_directories(bench_${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
   target_link_libraries(bench_${name} PRIVATE ${B_LINK} benchmark::benchmark benchmark::benchmark_main)
 endfunction()
+
+# ferrow_python_test(NAME script.py [CASES Case ...] [LABELS ...] [TIMEOUT s]): a script of unittest cases over the built
+# library, by the system's Python. Not under a sanitizer, whose library must come before Python's.
+find_program(FERROW_PYTHON python3 PATHS /usr/bin NO_DEFAULT_PATH)
+find_program(FERROW_PYTHON python3)
+function(ferrow_python_test name script)
+  cmake_parse_arguments(P "" "TIMEOUT" "CASES;LABELS" ${ARGN})
+  if(FERROW_SANITIZE OR NOT FERROW_PYTHON)
+    return()
+  endif()
+  if(NOT P_TIMEOUT)
+    set(P_TIMEOUT 120)
+  endif()
+  string(REPLACE ";" "-" labels "${P_LABELS}")
+  add_test(NAME ${name} COMMAND ${FERROW_PYTHON} -B ${CMAKE_CURRENT_SOURCE_DIR}/${script} -v ${P_CASES})
+  set_tests_properties(${name} PROPERTIES LABELS "${labels}" TIMEOUT ${P_TIMEOUT} ENVIRONMENT
+    "PYTHONPATH=${PROJECT_SOURCE_DIR}/bindings/python:${PROJECT_SOURCE_DIR};FERROWCORE_LIBRARY=$<TARGET_FILE:ferrowcore>;FERROW_SIM=$<TARGET_FILE:ferrow-sim>;FERROW_EXAMPLES=${PROJECT_BINARY_DIR}/tests/examples")
+endfunction()
