@@ -103,8 +103,9 @@ def random_scene(rng, voices):
         noise += one / (np.std(one) + 1e-12) * 10 ** rng.uniform(-0.5, 0.3)
     if not np.any(voice):
         noise *= 10 ** rng.uniform(-3, -0.5)
+    high = rng.uniform(2200, 3300) if rng.random() < 0.8 else rng.uniform(3300, 5500)
     heard, wanted = mix(rng, voice, noise, rng.uniform(-5, 20) if rng.random() < 0.95 else 45.0, rng.uniform(80, 400),
-                        rng.uniform(2200, 3300), faded=rng.random() < 0.5)
+                        high, faded=rng.random() < 0.5)
     if rng.random() < 0.2:  # a gain by hand
         gain = 10 ** rng.uniform(-1.7, 0) / (np.max(np.abs(heard)) + 1e-9)
         return (np.clip(upsample(heard) * gain, -1, 1) * SCALE), upsample(wanted) * gain * SCALE

@@ -77,7 +77,7 @@ def main():
     scenes = Scenes(options.scenes)
     rng = np.random.default_rng([options.seed, steps])
     began = saved_at = told = time.monotonic()
-    sums, count = np.zeros(3), 0
+    sums, count = np.zeros(4), 0
 
     def save():
         state = {"network": network.state_dict(), "optimiser": optimiser.state_dict(), "steps": steps}
@@ -116,7 +116,7 @@ def main():
             print(f"{steps} steps, {spent:.1f} min, {len(scenes)} scenes, loss "
                   f"{' '.join(f'{v:.4f}' for v in sums / count)}, check {' '.join(f'{v:.4f}' for v in check)} "
                   f"= {check.sum():.4f}", flush=True)
-            sums, count, told = np.zeros(3), 0, now
+            sums, count, told = np.zeros(4), 0, now
             scenes.refresh()
         if now - saved_at > 90:
             save()

@@ -2,6 +2,7 @@
 
 #include "core/fft/fft.hpp"
 #include "trx/denoise/bands.hpp"
+#include "trx/denoise/inner_product.hpp"
 #include "trx/denoise/pitch.hpp"
 
 #include <algorithm>
@@ -52,18 +53,23 @@ void highPass(std::array<float, 2>& memory, const float* in, float* out) {
     }
 }
 
-// Spectra of two real frames by one complex transform, divided by its length.
+// Spectra of two real frames by one complex transform, divided by its length. What rounding lets through from
+// one to the other is small beside both, since they go in at about the same strength: `lift` is a power of
+// two. Beside a frame of zeroes the other one is left out.
 void transformBoth(const std::array<float, WINDOW_SIZE>& x, const float* p,
                    const buff<std::complex<float>>& work, Analysis& out) {
     const auto& w = window();
     constexpr float scale = 1.0f / WINDOW_SIZE;
+    const float ofX = innerProduct(x.data(), x.data(), WINDOW_SIZE), ofP = innerProduct(p, p, WINDOW_SIZE);
+    const int octaves = ofX > 0 && ofP > 0 ? (std::ilogb(ofX) - std::ilogb(ofP)) / 2 : 0;
+    const float lift = ofX > 0 ? std::ldexp(1.0f, octaves) : 0, back = std::ldexp(0.5f, -octaves);
     for (std::size_t i = 0; i < WINDOW_SIZE; ++i)
-        work[i] = {scale * w[i] * x[i], scale * w[i] * p[i]};
+        work[i] = {scale * w[i] * x[i], lift * scale * w[i] * p[i]};
     fft::forward(work, work);
     for (std::size_t k = 0; k < FREQ_SIZE; ++k) {
         const std::complex<float> a = work[k], b = std::conj(work[(WINDOW_SIZE - k) % WINDOW_SIZE]);
         out.x[k] = 0.5f * (a + b);
-        const std::complex<float> d = 0.5f * (a - b);
+        const std::complex<float> d = back * (a - b);
         out.p[k] = {d.imag(), -d.real()};
     }
 }
