@@ -87,14 +87,14 @@ def picture(path, before, after):
     import matplotlib
     matplotlib.use("Agg")
     from matplotlib import pyplot
-    figure, axes = pyplot.subplots(2, 1, figsize=(9, 5.4), sharex=True, constrained_layout=True)
+    figure, axes = pyplot.subplots(2, 1, figsize=(7.5, 4.6), sharex=True, constrained_layout=True)
     for axis, samples, name in ((axes[0], before, "before"), (axes[1], after, "after")):
         axis.specgram(down(samples) / 32768, NFFT=384, Fs=sounds.RATE, noverlap=288, cmap="magma", vmin=-110, vmax=-35)
         axis.set_ylim(0, 3300)
         axis.set_ylabel("Hz")
         axis.set_title(name, loc="left")
     axes[1].set_xlabel("s")
-    figure.savefig(path, dpi=100)
+    figure.savefig(path, dpi=80)
 
 
 def main():
@@ -111,7 +111,7 @@ def main():
     if options.picture or options.wavs:
         rng = np.random.default_rng(77)
         size = scene.SIZE * 2
-        voice = {"it_menardi": voices["it_menardi"]}
+        voice = {"flite_rms": voices["flite_rms"]}
         noise = sum(sounds.KINDS[kind](rng, size, voices) / s for kind, s in (("white", 1.0), ("morse", 2.0)))
         heard, wanted = scene.mix(rng, scene.voice_line(rng, voice, size), noise, 5, 200, 3000)
         heard, _ = scene.level(heard, wanted, 0.01, 0.2, 2, 1 / (1.2 * np.max(np.abs(heard))))

@@ -57,17 +57,18 @@ void highPass(std::array<float, 2>& memory, const float* in, float* out) {
 // one to the other is small beside both, since they go in at about the same strength: `lift` is a power of
 // two. Beside a frame of zeroes the other one is left out.
 void transformBoth(const std::array<float, WINDOW_SIZE>& x, const float* p,
-                   const buff<std::complex<float>>& work, Analysis& out) {
+                   const buff<std::complex<float>>& in, const buff<std::complex<float>>& spectrum,
+                   Analysis& out) {
     const auto& w = window();
     constexpr float scale = 1.0f / WINDOW_SIZE;
     const float ofX = innerProduct(x.data(), x.data(), WINDOW_SIZE), ofP = innerProduct(p, p, WINDOW_SIZE);
     const int octaves = ofX > 0 && ofP > 0 ? (std::ilogb(ofX) - std::ilogb(ofP)) / 2 : 0;
     const float lift = ofX > 0 ? std::ldexp(1.0f, octaves) : 0, back = std::ldexp(0.5f, -octaves);
     for (std::size_t i = 0; i < WINDOW_SIZE; ++i)
-        work[i] = {scale * w[i] * x[i], lift * scale * w[i] * p[i]};
-    fft::forward(work, work);
+        in[i] = {scale * w[i] * x[i], lift * scale * w[i] * p[i]};
+    fft::forward(in, spectrum);
     for (std::size_t k = 0; k < FREQ_SIZE; ++k) {
-        const std::complex<float> a = work[k], b = std::conj(work[(WINDOW_SIZE - k) % WINDOW_SIZE]);
+        const std::complex<float> a = spectrum[k], b = std::conj(spectrum[(WINDOW_SIZE - k) % WINDOW_SIZE]);
         out.x[k] = 0.5f * (a + b);
         const std::complex<float> d = back * (a - b);
         out.p[k] = {d.imag(), -d.real()};
@@ -157,15 +158,15 @@ void pitchFilter(Analysis& analysis, const Bands& gains) {
 }
 
 void synthesise(DenoiseState& state, const Spectrum& x, float* out) {
-    const auto& work = state.transform;
-    std::copy(x.begin(), x.end(), work.begin());
+    const auto &spectrum = state.spectrum, &wave = state.wave;
+    std::copy(x.begin(), x.end(), spectrum.begin());
     for (std::size_t k = 1; k < FRAME_SIZE; ++k)
-        work[WINDOW_SIZE - k] = std::conj(x[k]);
-    fft::inverse(work, work);
+        spectrum[WINDOW_SIZE - k] = std::conj(x[k]);
+    fft::inverse(spectrum, wave);
     const auto& w = window();
     for (std::size_t i = 0; i < FRAME_SIZE; ++i) {
-        out[i] = w[i] * work[i].real() + state.synthesis_mem[i];
-        state.synthesis_mem[i] = w[FRAME_SIZE + i] * work[FRAME_SIZE + i].real();
+        out[i] = w[i] * wave[i].real() + state.synthesis_mem[i];
+        state.synthesis_mem[i] = w[FRAME_SIZE + i] * wave[FRAME_SIZE + i].real();
     }
 }
 
@@ -176,8 +177,10 @@ float mixFactor(float percent) {
 } // namespace
 
 void analyse(DenoiseState& state, const float* in, Analysis& analysis) {
-    if (state.transform.empty())
-        state.transform = buff<std::complex<float>>(WINDOW_SIZE);
+    if (state.wave.empty()) {
+        state.wave = buff<std::complex<float>>(WINDOW_SIZE);
+        state.spectrum = buff<std::complex<float>>(WINDOW_SIZE);
+    }
     std::array<float, WINDOW_SIZE> frame;
     std::copy(state.analysis_mem.begin(), state.analysis_mem.end(), frame.begin());
     float* fresh = frame.data() + FRAME_SIZE;
@@ -189,7 +192,7 @@ void analyse(DenoiseState& state, const float* in, Analysis& analysis) {
     state.last_period = pitch.period;
     state.last_gain = pitch.gain;
     const float* delayed = state.pitch_buf.data() + PITCH_BUF_SIZE - WINDOW_SIZE - pitch.period;
-    transformBoth(frame, delayed, state.transform, analysis);
+    transformBoth(frame, delayed, state.wave, state.spectrum, analysis);
     analysis.ex = bandEnergy(analysis.x);
     analysis.ep = bandEnergy(analysis.p);
     analysis.likeness = bandCorrelation(analysis.x, analysis.p);

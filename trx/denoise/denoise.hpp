@@ -29,7 +29,9 @@ struct DenoiseState {
     denoise::RNNState rnn;
 
     long framesThroughNetwork = 0;
-    buff<std::complex<float>> transform; // scratch of 1024
+    // Scratch of 1024. Two, since a transform in place has a plan of its own, which works with memory of the
+    // heap.
+    buff<std::complex<float>> wave, spectrum;
 };
 
 // Samples are scaled to the range of 16-bit integers. `out` may be `in`. `mix` is the percentage of the gains
