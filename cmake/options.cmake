@@ -34,5 +34,6 @@ endif()
 find_program(FERROW_CCACHE ccache)
 if(FERROW_CCACHE)
   set(CMAKE_C_COMPILER_LAUNCHER ${FERROW_CCACHE})
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${FERROW_CCACHE})
+  # Without this no source with a precompiled header is ever found in the cache.
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${FERROW_CCACHE})
 endif()
