@@ -1,11 +1,8 @@
 """The network in PyTorch, its loss, and its way to the weight tables."""
-import numpy as np
 import torch
 from torch import nn
 
 import weights
-
-GRUS = ("vad_gru", "noise_gru", "denoise_gru")
 
 
 class Rounded(torch.autograd.Function):

@@ -1,7 +1,7 @@
 """Trains the network on the scenes of scenes.py: train.py SCENES CHECKPOINT [--minutes M] [--rate R] [--round]
 
-Goes on from the checkpoint if it is there, reads new scenes as they appear, and writes the checkpoint every few minutes; the
-last eight shards are kept for the check. With --round the tables are rounded to signed bytes in every step, for the end of a
+Goes on from the checkpoint if it is there, reads new scenes as they appear, and writes the checkpoint every few minutes; the first
+two shards are kept for the check. With --round the tables are rounded to signed bytes in every step, for the end of a
 training.
 """
 import argparse
@@ -38,7 +38,7 @@ class Scenes:
             (self.check if len(self.check) < CHECK_SHARDS else self.parts).append(load(path))
 
     def batch(self, rng, size, frames):
-        """Sequences of `frames` from random places of random scenes, at levels of their own."""
+        """Sequences of `frames` from random places of random scenes."""
         rows = []
         for _ in range(size):
             part = self.parts[rng.integers(len(self.parts))]
