@@ -13,6 +13,7 @@ endif()
 
 option(FERROW_TESTS "Build the tests" ON)
 option(FERROW_BENCH "Build the benches" ON)
+option(FERROW_FUZZ "Build the fuzz targets for libFuzzer; needs clang" OFF)
 option(FERROW_WERROR "Treat warnings as errors" ON)
 set(FERROW_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
 
@@ -34,5 +35,6 @@ endif()
 find_program(FERROW_CCACHE ccache)
 if(FERROW_CCACHE)
   set(CMAKE_C_COMPILER_LAUNCHER ${FERROW_CCACHE})
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${FERROW_CCACHE})
+  # Without this no source with a precompiled header is ever found in the cache.
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${FERROW_CCACHE})
 endif()

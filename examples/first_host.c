@@ -1,9 +1,5 @@
-/* A first host: listens to 14.2 MHz upper sideband on an HPSDR radio and prints the signal strength.
- *
- *     first_host ADDRESS        the radio's IPv4 address
- */
+/* A first host: prints the signal strength of 14.2 MHz, upper sideband, as the radio at the given address hears it. */
 #include <ferrowcore/ferrowcore.h>
-
 #include <stdio.h>
 #include <time.h>
 
@@ -16,7 +12,9 @@ static void onAdded(void* handle, long long frequency, int sampleRate, int owner
     printf("listening on %lld Hz\n", frequency);
     transceiver = handle;
     vtrx_bindsignalStrength(transceiver, onStrength);
-    vtrx_setModulation(transceiver, ssbModDemod_create());
+    void* mode = ssbModDemod_create();
+    vtrx_setModulation(transceiver, mode);
+    ssbModDemod_release(mode); /* the transceiver keeps it */
     vtrx_setRxFilter(transceiver, 300, 2700);
     vtrx_start(transceiver);
 }
@@ -30,10 +28,9 @@ int main(int argc, char** argv) {
     Radio_start(radio);
     for (int i = 0; i < 100; ++i) { /* five seconds */
         nanosleep(&(struct timespec){0, 50000000}, NULL);
-        getUpdates();
+        getUpdates(); /* runs the callbacks above */
     }
     Radio_stop(radio);
     vtrx_release(transceiver);
     HpsdrRadio_release(radio);
-    return 0;
 }

@@ -2,8 +2,8 @@
 
 #include "host/failure.hpp"
 #include "host/interrupt.hpp"
+#include "host/quiet_stream.hpp"
 
-#include <fcntl.h>
 #include <ferrowcore/runtime.h>
 #include <ferrowcore/wireless.h>
 #include <filesystem>
@@ -18,32 +18,6 @@ using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
 constexpr auto kPumpPause = 5ms;
-
-// Sends stderr away: back ends of the sound system report there on every device that they fail to open.
-class QuietErrors {
-public:
-    explicit QuietErrors(bool quiet) {
-        if (!quiet)
-            return;
-        std::fflush(stderr);
-        saved_ = dup(STDERR_FILENO);
-        if (const int none = open("/dev/null", O_WRONLY | O_CLOEXEC); none >= 0) {
-            dup2(none, STDERR_FILENO);
-            close(none);
-        }
-    }
-    ~QuietErrors() {
-        if (saved_ < 0)
-            return;
-        dup2(saved_, STDERR_FILENO);
-        close(saved_);
-    }
-    QuietErrors(const QuietErrors&) = delete;
-    QuietErrors& operator=(const QuietErrors&) = delete;
-
-private:
-    int saved_ = -1;
-};
 
 } // namespace
 
@@ -66,7 +40,8 @@ Library::Library(const LibraryOptions& options)
     });
     if (!options.sound)
         return;
-    const QuietErrors quiet(!options.verbose);
+    // Back ends of the sound system report on every device that they fail to open.
+    const QuietStream quiet(stderr, !options.verbose);
     wireless_ = Object(Wireless_create());
 }
 

@@ -35,6 +35,7 @@ struct Options {
     std::string device;
     std::string wavFolder;
     std::optional<double> audioGain;
+    std::optional<double> noiseReduction; // percent
     double duration = 0;
     double zoom = 1;
     double s9 = -73;
@@ -119,6 +120,8 @@ private:
         one.setAudio(audio);
         if (options_.audioGain)
             one.setManualGain(*options_.audioGain);
+        if (options_.noiseReduction)
+            one.setNoiseReduction(*options_.noiseReduction);
         if (!files_.empty())
             one.onAudio = [this, index](std::span<const float> samples) { record(index, samples); };
         if (index == 0 && waterfallOn_) {
@@ -264,6 +267,7 @@ void addListenCommand(CLI::App& program, Action& chosen) {
     command->add_option("--wav", options->wavFolder, "record a WAV file for each --tune in this folder");
     command->add_option("--audio-gain", options->audioGain, "plain gain in dB in place of the automatic one")
         ->check(CLI::Range(-60.0, 160.0));
+    addNoiseReductionOption(*command, options->noiseReduction);
     command->add_option("--duration", options->duration, "seconds; 0: until Ctrl-C")
         ->check(CLI::NonNegativeNumber);
     command->add_flag("--waterfall", options->waterfall,

@@ -3,6 +3,7 @@
 #include "host/arrays.hpp"
 
 #include <ferrowcore/agc.h>
+#include <ferrowcore/modes.h>
 #include <ferrowcore/vtrx.h>
 #include <vector>
 
@@ -84,6 +85,17 @@ void Transceiver::setVox(bool on, double threshold, double hold) {
 void Transceiver::setManualGain(double decibel) {
     agc_setManualGain(agc_.get(), decibel / 20);
     agc_setEnabled(agc_.get(), false);
+}
+
+void Transceiver::setNoiseReduction(double percent) {
+    modDemod_setrnnoiseSquelch(mode_.get(), percent);
+    modDemod_setrnnoise(mode_.get(), true);
+}
+
+void Transceiver::setGainTimes(float attack, float decay, float hang) {
+    agc_setAttack(agc_.get(), attack);
+    agc_setDecay(agc_.get(), decay);
+    agc_setHang(agc_.get(), hang);
 }
 
 void Transceiver::setSpectrum(bool foreground, double zoom, long long offset) {

@@ -49,6 +49,10 @@ public:
     double microphoneLevel() const { return microphoneLevel_; } // linear peak
     // Plain gain in dB in place of the automatic one.
     void setManualGain(double decibel);
+    // Takes noise out of the voice, by that percentage of what the library would take away; needs a mode.
+    void setNoiseReduction(double percent);
+    // Seconds in which the gain falls and rises, and for which it hangs.
+    void setGainTimes(float attack, float decay, float hang);
     // Width of the display: the radio's rate divided by `zoom`, a power of two, around vfo + offset.
     void setSpectrum(bool foreground, double zoom, long long offset);
 

@@ -1,5 +1,6 @@
 // The transmit side of JTModDemod.
 
+#include "modes/end_transmission.hpp"
 #include "modes/jt_mod_demod.hpp"
 #include "trx/vtrx.hpp"
 
@@ -87,12 +88,10 @@ void JTModDemod::endTransmission() {
     const auto link = vtrxLink();
     if (!link || !link->ptt.value())
         return;
-    auto self = std::static_pointer_cast<JTModDemod>(shared_from_this());
     const std::uint32_t number = transmissions_.load(std::memory_order_acquire);
-    link->queueSeqItem(seqTask("vtrx.ptt.set", [self, link, number] {
-        if (self->transmissions_.load(std::memory_order_acquire) == number)
-            link->ptt.set(false);
-    }));
+    ferrow::endTransmission(*this, [this, number] { // lives as long as the task, which holds the mode
+        return transmissions_.load(std::memory_order_acquire) == number;
+    });
 }
 
 double JTModDemod::frequencyOf(int symbol) const {

@@ -8,25 +8,31 @@ FERROW_BEGIN_C
 
 /* An array handle holds one reference to a block of samples; the host owns those that it makes and those that a callback
  * brings it. `_create` makes `n` elements, uninitialised (none for `n` below 1); `_size` counts elements; `_data` may be
- * read and written until `_delete`, which accepts null. A complex element is two floats, real part first. */
+ * read and written until `_delete`, which accepts null. All act at once, on the caller's thread, which may be any. */
+
+/* Samples: makes `n` of 32 bits; counts them; the first one; gives the array back. */
 FERROW_API void* floatArray_create(int n);
 FERROW_API int floatArray_size(void* array);
 FERROW_API float* floatArray_data(void* array);
 FERROW_API void floatArray_delete(void* array);
 
+/* Samples: makes `n` of 64 bits; counts them; the first one; gives the array back. */
 FERROW_API void* doubleArray_create(int n);
 FERROW_API int doubleArray_size(void* array);
 FERROW_API double* doubleArray_data(void* array);
 FERROW_API void doubleArray_delete(void* array);
 
+/* Samples: makes `n` complex ones, two floats each, the real part first; counts them; the first one; gives the array
+ * back. */
 FERROW_API void* complexArray_create(int n);
 FERROW_API int complexArray_size(void* array);
 FERROW_API float* complexArray_data(void* array);
 FERROW_API void complexArray_delete(void* array);
 
-/* Memory aligned to 64 bytes, for `bytes` rounded down to a multiple of 16: fewer than 16 give null. */
+/* Memory aligned to 64 bytes, for `bytes` rounded down to a multiple of 16: fewer than 16 give null. mem_free accepts null;
+ * mem_memcpy copies nothing for `bytes` below 1. */
 FERROW_API void* mem_malloc(int bytes);
-FERROW_API void mem_free(void* memory); /* null is accepted */
+FERROW_API void mem_free(void* memory);
 FERROW_API void mem_memcpy(void* destination, const void* source, int bytes);
 
 /* Transforms in double precision over two doubleArray handles, input first. The arrays hold complex values as pairs of

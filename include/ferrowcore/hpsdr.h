@@ -14,15 +14,15 @@ FERROW_BEGIN_C
 FERROW_API void* J16_create(void);
 FERROW_API void J16_release(void* handle);
 
-/* maxfrequency: Hz; upper edge of the band. */
+/* maxfrequency: Hz, default 0; upper edge of the band. */
 FERROW_API void J16_bindmaxfrequency(void* handle, void (*callback)(int value));
 FERROW_API void J16_setmaxfrequency(void* handle, int value);
 
-/* rx: filter word for receive. */
+/* rx: filter word for receive, a bit for each output; default 0. */
 FERROW_API void J16_bindrx(void* handle, void (*callback)(int value));
 FERROW_API void J16_setrx(void* handle, int value);
 
-/* tx: filter word for transmit. */
+/* tx: filter word for transmit, a bit for each output; default 0. */
 FERROW_API void J16_bindtx(void* handle, void (*callback)(int value));
 FERROW_API void J16_settx(void* handle, int value);
 
@@ -31,11 +31,11 @@ FERROW_API void J16_settx(void* handle, int value);
 FERROW_API void* J16FilterBands_create(void);
 FERROW_API void J16FilterBands_release(void* handle);
 
-/* maxfrequency: Hz; upper edge. */
+/* maxfrequency: Hz, default 0; upper edge. */
 FERROW_API void J16FilterBands_bindmaxfrequency(void* handle, void (*callback)(int value));
 FERROW_API void J16FilterBands_setmaxfrequency(void* handle, int value);
 
-/* tx: filter word for transmit. */
+/* tx: filter word for transmit, a bit for each output; default 0. */
 FERROW_API void J16FilterBands_bindtx(void* handle, void (*callback)(int value));
 FERROW_API void J16FilterBands_settx(void* handle, int value);
 
@@ -44,11 +44,11 @@ FERROW_API void J16FilterBands_settx(void* handle, int value);
 FERROW_API void* J16FilterRx_create(void);
 FERROW_API void J16FilterRx_release(void* handle);
 
-/* bands: set of bands, as a bit mask, for display. */
+/* bands: set of bands, as a bit mask, for display; default 0. */
 FERROW_API void J16FilterRx_bindbands(void* handle, void (*callback)(int value));
 FERROW_API void J16FilterRx_setbands(void* handle, int value);
 
-/* rx: filter word for receive. */
+/* rx: filter word for receive, a bit for each output; default 0. */
 FERROW_API void J16FilterRx_bindrx(void* handle, void (*callback)(int value));
 FERROW_API void J16FilterRx_setrx(void* handle, int value);
 
@@ -57,12 +57,12 @@ FERROW_API void J16FilterRx_setrx(void* handle, int value);
 FERROW_API void* J16Filter_create(void);
 FERROW_API void J16Filter_release(void* handle);
 
-/* FilterBands: persistent list of J16FilterBands, by rising edge. */
+/* FilterBands: persistent list of J16FilterBands, by rising edge. Default empty. */
 FERROW_API void J16Filter_bindFilterBands(void* handle, ferrow_list_callback callback);
 FERROW_API void J16Filter_setFilterBands(void* handle, int operation, int index, void* item);
 FERROW_API void J16Filter_resetFilterBands(void* handle);
 
-/* FilterRx: persistent list of J16FilterRx, by set of bands in use. */
+/* FilterRx: persistent list of J16FilterRx, by set of bands in use. Default empty. */
 FERROW_API void J16Filter_bindFilterRx(void* handle, ferrow_list_callback callback);
 FERROW_API void J16Filter_setFilterRx(void* handle, int operation, int index, void* item);
 FERROW_API void J16Filter_resetFilterRx(void* handle);
@@ -78,11 +78,11 @@ FERROW_API void HpsdrRadio_release(void* handle);
 FERROW_API void HpsdrRadio_bindFwVersion(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setFwVersion(void* handle, int value);
 
-/* MercurySerial: stored for the host. */
+/* MercurySerial: carried for the host. Default 0. */
 FERROW_API void HpsdrRadio_bindMercurySerial(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setMercurySerial(void* handle, int value);
 
-/* MinTxBufferLevel: lowest fill of the radio's transmit buffer, 0 to 128. Written by the library; what a
+/* MinTxBufferLevel: lowest fill of the radio's transmit buffer, 0 to 128. Default 0. Written by the library; what a
  * host writes is overwritten by the next update. */
 FERROW_API void HpsdrRadio_bindMinTxBufferLevel(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setMinTxBufferLevel(void* handle, int value);
@@ -91,7 +91,7 @@ FERROW_API void HpsdrRadio_setMinTxBufferLevel(void* handle, int value);
 FERROW_API void HpsdrRadio_bindPTTHangTime(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setPTTHangTime(void* handle, int value);
 
-/* PenelopeSerial: stored for the host. */
+/* PenelopeSerial: carried for the host. Default 0. */
 FERROW_API void HpsdrRadio_bindPenelopeSerial(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setPenelopeSerial(void* handle, int value);
 
@@ -99,13 +99,13 @@ FERROW_API void HpsdrRadio_setPenelopeSerial(void* handle, int value);
 FERROW_API void HpsdrRadio_bindTXBufferLatency(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setTXBufferLatency(void* handle, int value);
 
-/* TxBufferOverflow: count of reports. Written by the library; what a host writes is overwritten by the next
+/* TxBufferOverflow: count of reports. Default 0. Written by the library; what a host writes is overwritten by the next
  * update. */
 FERROW_API void HpsdrRadio_bindTxBufferOverflow(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setTxBufferOverflow(void* handle, int value);
 
-/* TxBufferUnderflow: count of reports. Written by the library; what a host writes is overwritten by the next
- * update. */
+/* TxBufferUnderflow: count of reports. Default 0. Written by the library; what a host writes is overwritten by the
+ * next update. */
 FERROW_API void HpsdrRadio_bindTxBufferUnderflow(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setTxBufferUnderflow(void* handle, int value);
 
@@ -117,12 +117,12 @@ FERROW_API void HpsdrRadio_setTypeID(void* handle, int value);
 FERROW_API void HpsdrRadio_bindclockFrequency(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setclockFrequency(void* handle, int value);
 
-/* ep4SeqErrors: always 0. */
+/* ep4SeqErrors: gaps in the wideband stream, which are not counted: default 0, and stays so. */
 FERROW_API void HpsdrRadio_bindep4SeqErrors(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setep4SeqErrors(void* handle, int value);
 
-/* ep6SeqErrors: gaps in the receive stream. Written by the library; what a host writes is overwritten by the
- * next update. */
+/* ep6SeqErrors: gaps in the receive stream. Default 0. Written by the library; what a host writes is overwritten by
+ * the next update. */
 FERROW_API void HpsdrRadio_bindep6SeqErrors(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_setep6SeqErrors(void* handle, int value);
 
@@ -170,36 +170,36 @@ FERROW_API void HpsdrRadio_setrxGain(void* handle, int value);
 FERROW_API void HpsdrRadio_bindtxGain(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrRadio_settxGain(void* handle, int value);
 
-/* FwdPwr: watts, 0 while receiving. Written by the library; what a host writes is overwritten by the next
+/* FwdPwr: watts, 0 while receiving. Default 0. Written by the library; what a host writes is overwritten by the next
  * update. */
 FERROW_API void HpsdrRadio_bindFwdPwr(void* handle, void (*callback)(float value));
 FERROW_API void HpsdrRadio_setFwdPwr(void* handle, float value);
 
-/* RevPwr: watts, 0 while receiving. Written by the library; what a host writes is overwritten by the next
+/* RevPwr: watts, 0 while receiving. Default 0. Written by the library; what a host writes is overwritten by the next
  * update. */
 FERROW_API void HpsdrRadio_bindRevPwr(void* handle, void (*callback)(float value));
 FERROW_API void HpsdrRadio_setRevPwr(void* handle, float value);
 
-/* Swr: ratio, 0 while receiving. Written by the library; what a host writes is overwritten by the next
+/* Swr: ratio, 0 while receiving. Default 0. Written by the library; what a host writes is overwritten by the next
  * update. */
 FERROW_API void HpsdrRadio_bindSwr(void* handle, void (*callback)(float value));
 FERROW_API void HpsdrRadio_setSwr(void* handle, float value);
 
-/* Current: milliamperes, 0 while receiving. Written by the library; what a host writes is overwritten by the
- * next update. */
+/* Current: milliamperes, 0 while receiving. Default 0. Written by the library; what a host writes is overwritten by
+ * the next update. */
 FERROW_API void HpsdrRadio_bindCurrent(void* handle, void (*callback)(double value));
 FERROW_API void HpsdrRadio_setCurrent(void* handle, double value);
 
-/* Temp: degrees Celsius. Written by the library; what a host writes is overwritten by the next update. */
+/* Temp: degrees Celsius. Default 0. Written by the library; what a host writes is overwritten by the next update. */
 FERROW_API void HpsdrRadio_bindTemp(void* handle, void (*callback)(double value));
 FERROW_API void HpsdrRadio_setTemp(void* handle, double value);
 
-/* adcPeak: peak of the wideband samples as a fraction of maxAdcValue. Written by the library; what a host
+/* adcPeak: peak of the wideband samples as a fraction of maxAdcValue. Default 0. Written by the library; what a host
  * writes is overwritten by the next update. */
 FERROW_API void HpsdrRadio_bindadcPeak(void* handle, void (*callback)(double value));
 FERROW_API void HpsdrRadio_setadcPeak(void* handle, double value);
 
-/* adcPeakDBFS: the same in dB; -100 for none. Written by the library; what a host writes is overwritten by
+/* adcPeakDBFS: the same in dB; -100 for none. Default 0. Written by the library; what a host writes is overwritten by
  * the next update. */
 FERROW_API void HpsdrRadio_bindadcPeakDBFS(void* handle, void (*callback)(double value));
 FERROW_API void HpsdrRadio_setadcPeakDBFS(void* handle, double value);
@@ -236,7 +236,7 @@ FERROW_API void HpsdrRadio_setRXAntenna(void* handle, bool value);
 FERROW_API void HpsdrRadio_bindUseJ16(void* handle, void (*callback)(bool value));
 FERROW_API void HpsdrRadio_setUseJ16(void* handle, bool value);
 
-/* adcOvl: ADC overload. Written by the library; what a host writes is overwritten by the next update. */
+/* adcOvl: ADC overload. Default false. Written by the library; what a host writes is overwritten by the next update. */
 FERROW_API void HpsdrRadio_bindadcOvl(void* handle, void (*callback)(bool value));
 FERROW_API void HpsdrRadio_setadcOvl(void* handle, bool value);
 
@@ -248,15 +248,15 @@ FERROW_API void HpsdrRadio_setautoFreqCalib(void* handle, bool value);
 FERROW_API void HpsdrRadio_bindbiasEnabled(void* handle, void (*callback)(bool value));
 FERROW_API void HpsdrRadio_setbiasEnabled(void* handle, bool value);
 
-/* disableTR: default false. */
+/* disableTR: default false; true leaves the antenna relay alone while transmitting. */
 FERROW_API void HpsdrRadio_binddisableTR(void* handle, void (*callback)(bool value));
 FERROW_API void HpsdrRadio_setdisableTR(void* handle, bool value);
 
-/* enablePA: default false. */
+/* enablePA: default false; true switches the power amplifier on. */
 FERROW_API void HpsdrRadio_bindenablePA(void* handle, void (*callback)(bool value));
 FERROW_API void HpsdrRadio_setenablePA(void* handle, bool value);
 
-/* hasHL2PA: stored for the host. */
+/* hasHL2PA: carried for the host. Default false. */
 FERROW_API void HpsdrRadio_bindhasHL2PA(void* handle, void (*callback)(bool value));
 FERROW_API void HpsdrRadio_sethasHL2PA(void* handle, bool value);
 
@@ -264,17 +264,17 @@ FERROW_API void HpsdrRadio_sethasHL2PA(void* handle, bool value);
 FERROW_API void HpsdrRadio_bindstopToAddReceiver(void* handle, void (*callback)(bool value));
 FERROW_API void HpsdrRadio_setstopToAddReceiver(void* handle, bool value);
 
-/* Mac: shown only. */
+/* Mac: hardware address, carried for the host. Default empty. */
 FERROW_API void HpsdrRadio_bindMac(void* handle, void (*callback)(const char* value));
 FERROW_API void HpsdrRadio_setMac(void* handle, const char* value);
 
-/* ipAddress: the radio's IPv4 address, dotted; read by the first start. */
+/* ipAddress: the radio's IPv4 address, dotted; read by the first start. Default empty. */
 FERROW_API void HpsdrRadio_bindipAddress(void* handle, void (*callback)(const char* value));
 FERROW_API void HpsdrRadio_setipAddress(void* handle, const char* value);
 
-/* FilterSet: J16Filter in use while UseJ16 is false. */
-FERROW_API void HpsdrRadio_bindFilterSet(void* handle, void (*callback)(void* item));
-FERROW_API void HpsdrRadio_setFilterSet(void* handle, void* item);
+/* FilterSet: J16Filter in use while UseJ16 is false. Default none. */
+FERROW_API void HpsdrRadio_bindFilterSet(void* handle, void (*callback)(void* J16Filter));
+FERROW_API void HpsdrRadio_setFilterSet(void* handle, void* J16Filter);
 
 /* FwdPwrCalibration: persistent list of calibLine: smoothed reading to watts. The first start fills an empty
  * one. */
@@ -287,12 +287,12 @@ FERROW_API void HpsdrRadio_bindJ16Set(void* handle, ferrow_list_callback callbac
 FERROW_API void HpsdrRadio_setJ16Set(void* handle, int operation, int index, void* item);
 FERROW_API void HpsdrRadio_resetJ16Set(void* handle);
 
-/* SampleRates: ValueLabelItem: 48, 96, 192 and 384 kHz. */
+/* SampleRates: list of ValueLabelItem: the rates for Radio_setSampleRate, 48, 96, 192 and 384 kHz, in Hz. */
 FERROW_API void HpsdrRadio_bindSampleRates(void* handle, ferrow_list_callback callback);
 FERROW_API void HpsdrRadio_setSampleRates(void* handle, int operation, int index, void* item);
 FERROW_API void HpsdrRadio_resetSampleRates(void* handle);
 
-/* rfAgcModes: ValueLabelItem: "off" 0, "max" 2. */
+/* rfAgcModes: list of ValueLabelItem: the choices of rfAgcMode, "off" 0 and "max" 2. */
 FERROW_API void HpsdrRadio_bindrfAgcModes(void* handle, ferrow_list_callback callback);
 FERROW_API void HpsdrRadio_setrfAgcModes(void* handle, int operation, int index, void* item);
 FERROW_API void HpsdrRadio_resetrfAgcModes(void* handle);

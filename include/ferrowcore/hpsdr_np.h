@@ -89,23 +89,24 @@ FERROW_API void HpsdrNpRadio_setRevPwr(void* handle, float value);
 FERROW_API void HpsdrNpRadio_bindSwr(void* handle, void (*callback)(float value));
 FERROW_API void HpsdrNpRadio_setSwr(void* handle, float value);
 
-/* adcOvl: the ADC is overloaded, as the radio reports. Written by the library. */
+/* adcOvl: the ADC is overloaded, as the radio reports. Default false. Written by the library. */
 FERROW_API void HpsdrNpRadio_bindadcOvl(void* handle, void (*callback)(bool value));
 FERROW_API void HpsdrNpRadio_setadcOvl(void* handle, bool value);
 
-/* ep6SeqErrors: gaps in the receive streams. Written by the library. */
+/* ep6SeqErrors: gaps in the receive streams. Default 0. Written by the library. */
 FERROW_API void HpsdrNpRadio_bindep6SeqErrors(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrNpRadio_setep6SeqErrors(void* handle, int value);
 
-/* ep4SeqErrors: stays 0. */
+/* ep4SeqErrors: stays 0. Default 0. */
 FERROW_API void HpsdrNpRadio_bindep4SeqErrors(void* handle, void (*callback)(int value));
 FERROW_API void HpsdrNpRadio_setep4SeqErrors(void* handle, int value);
 
-/* adcPeak: peak of the wideband samples as a fraction of full scale, every 202 wideband packets. Written by the library. */
+/* adcPeak: peak of the wideband samples as a fraction of full scale, every 202 wideband packets. Default 0. Written by
+ * the library. */
 FERROW_API void HpsdrNpRadio_bindadcPeak(void* handle, void (*callback)(double value));
 FERROW_API void HpsdrNpRadio_setadcPeak(void* handle, double value);
 
-/* adcPeakDBFS: the same in dB; -100 without a signal. Written by the library. */
+/* adcPeakDBFS: the same in dB; -100 without a signal. Default 0. Written by the library. */
 FERROW_API void HpsdrNpRadio_bindadcPeakDBFS(void* handle, void (*callback)(double value));
 FERROW_API void HpsdrNpRadio_setadcPeakDBFS(void* handle, double value);
 

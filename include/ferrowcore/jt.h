@@ -69,10 +69,10 @@ FERROW_API void JTModDemod_setsaveDirectory(void* handle, const char* value);
  * without a transmission, else what queueMsg gave. */
 FERROW_API void JTModDemod_bindnewFile(void* handle, void (*callback)(const char* nameAndMarker));
 
-/* Queues a transmission for the period that holds `startMs` milliseconds since the top of the hour; `tones`
- * is a floatArray with a tone number for each symbol. A second call replaces the first. It starts only in a period whose
+/* Queues a transmission for the period that holds `startMs` milliseconds since the top of the hour; `floatArray_tones`
+ * has a tone number for each symbol, and may be deleted on return. A second call replaces the first. It starts only in a period whose
  * beginning the mode has seen, and only while Enabled; ptt without a message ends by itself. */
-FERROW_API void JTModDemod_queueMsg(void* handle, void* tones, int marker, int startMs);
+FERROW_API void JTModDemod_queueMsg(void* handle, void* floatArray_tones, int marker, int startMs);
 
 FERROW_END_C
 

@@ -26,11 +26,11 @@ FERROW_API void cwModDemod_release(void* handle);
 FERROW_API void cwModDemod_bindswHangTime(void* handle, void (*callback)(int value));
 FERROW_API void cwModDemod_setswHangTime(void* handle, int value);
 
-/* dbg1, dbg2: carried for the host. Default 0. */
+/* dbg1: carried for the host. Default 0. */
 FERROW_API void cwModDemod_binddbg1(void* handle, void (*callback)(double value));
 FERROW_API void cwModDemod_setdbg1(void* handle, double value);
 
-/* See dbg1. */
+/* dbg2: carried for the host. Default 0. */
 FERROW_API void cwModDemod_binddbg2(void* handle, void (*callback)(double value));
 FERROW_API void cwModDemod_setdbg2(void* handle, double value);
 
@@ -55,9 +55,9 @@ FERROW_API void cwModDemod_setwpm(void* handle, double value);
 /* newChars: decoded text. */
 FERROW_API void cwModDemod_bindnewChars(void* handle, void (*callback)(const char* text));
 
-/* newDebug: nothing sends it in this version. `values` is a floatArray that the host owns. */
+/* newDebug: nothing sends it in this version. The host owns the array. */
 FERROW_API void cwModDemod_bindnewDebug(void* handle,
-                                        void (*callback)(void* values, double a, double b, int c));
+                                        void (*callback)(void* floatArray, double a, double b, int c));
 
 /* sentChars: a character that begins to be sent. */
 FERROW_API void cwModDemod_bindsentChars(void* handle, void (*callback)(const char* text));
@@ -80,21 +80,21 @@ FERROW_API void cwModDemod_QueueText(void* handle, const char* text, int flags);
 FERROW_API void* RTTYModDemod_create(void);
 FERROW_API void RTTYModDemod_release(void* handle);
 
-/* dbg1, dbg2: carried for the host. Default 0. */
+/* dbg1: carried for the host. Default 0. */
 FERROW_API void RTTYModDemod_binddbg1(void* handle, void (*callback)(float value));
 FERROW_API void RTTYModDemod_setdbg1(void* handle, float value);
 
-/* See dbg1. */
+/* dbg2: carried for the host. Default 0. */
 FERROW_API void RTTYModDemod_binddbg2(void* handle, void (*callback)(float value));
 FERROW_API void RTTYModDemod_setdbg2(void* handle, float value);
 
 /* newChars: never called; see above. */
 FERROW_API void RTTYModDemod_bindnewChars(void* handle, void (*callback)(const char* text));
 
-/* newDebug: 1024 differences of the two tones' levels, upper less lower, two for every 512 samples: a
- * floatArray that the host owns. The numbers are zero. */
+/* newDebug: 1024 differences of the two tones' levels, upper less lower, two for every 512 samples. The host
+ * owns the array. The numbers are zero. */
 FERROW_API void RTTYModDemod_bindnewDebug(void* handle,
-                                          void (*callback)(void* values, double a, double b, int c));
+                                          void (*callback)(void* floatArray, double a, double b, int c));
 
 /* sentChars: a character that begins to be sent. */
 FERROW_API void RTTYModDemod_bindsentChars(void* handle, void (*callback)(const char* text));

@@ -19,7 +19,7 @@ FERROW_API void PskDetector_release(void* handle);
 FERROW_API void PskDetector_bindactivity(void* handle, void (*callback)(int value));
 FERROW_API void PskDetector_setactivity(void* handle, int value);
 
-/* freq: Hz; the tracked audio frequency, published every 0.7 s. A value that the host sets is overwritten then. */
+/* freq: Hz, default 0; the tracked audio frequency, published every 0.7 s. A value that the host sets is overwritten then. */
 FERROW_API void PskDetector_bindfreq(void* handle, void (*callback)(int value));
 FERROW_API void PskDetector_setfreq(void* handle, int value);
 
@@ -28,7 +28,7 @@ FERROW_API void PskDetector_bindsignalStrength(void* handle, void (*callback)(in
 FERROW_API void PskDetector_setsignalStrength(void* handle, int value);
 
 /* Mode: "PSK31", "PSK63", "PSK125", "QPSK31", "QPSK63" or "QPSK125": what the detector reads. For display; setting it
- * changes no detector. */
+ * changes no detector. Default empty. */
 FERROW_API void PskDetector_bindMode(void* handle, void (*callback)(const char* value));
 FERROW_API void PskDetector_setMode(void* handle, const char* value);
 
@@ -62,15 +62,13 @@ FERROW_API void PskModDemod_bindsigLevel(void* handle, void (*callback)(int valu
 FERROW_API void PskModDemod_setsigLevel(void* handle, int value);
 
 /* Modes: list of ValueLabelItem: the choices of mode. */
-FERROW_API void PskModDemod_bindModes(void* handle,
-                                      void (*callback)(unsigned long long operation, unsigned long long index, void* itemHandle));
-FERROW_API void PskModDemod_setModes(void* handle, int operation, int index, void* itemHandle);
+FERROW_API void PskModDemod_bindModes(void* handle, ferrow_list_callback callback);
+FERROW_API void PskModDemod_setModes(void* handle, int operation, int index, void* item);
 FERROW_API void PskModDemod_resetModes(void* handle);
 
 /* dets: list of the 66 PskDetector. What the host does to the list leaves reception as it is. */
-FERROW_API void PskModDemod_binddets(void* handle,
-                                     void (*callback)(unsigned long long operation, unsigned long long index, void* itemHandle));
-FERROW_API void PskModDemod_setdets(void* handle, int operation, int index, void* itemHandle);
+FERROW_API void PskModDemod_binddets(void* handle, ferrow_list_callback callback);
+FERROW_API void PskModDemod_setdets(void* handle, int operation, int index, void* item);
 FERROW_API void PskModDemod_resetdets(void* handle);
 
 /* newChars: text received by the primary detector. */

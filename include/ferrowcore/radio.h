@@ -39,11 +39,11 @@ FERROW_API void Radio_setmaxADCs(void* handle, int value);
 FERROW_API void Radio_bindmaxHwReceivers(void* handle, void (*callback)(int value));
 FERROW_API void Radio_setmaxHwReceivers(void* handle, int value);
 
-/* receivedPackets: statistic. Written by the library; what a host writes is overwritten by the next update. */
+/* receivedPackets: statistic. Default 0. Written by the library; what a host writes is overwritten by the next update. */
 FERROW_API void Radio_bindreceivedPackets(void* handle, void (*callback)(int value));
 FERROW_API void Radio_setreceivedPackets(void* handle, int value);
 
-/* sentPackets: statistic. Written by the library; what a host writes is overwritten by the next update. */
+/* sentPackets: statistic. Default 0. Written by the library; what a host writes is overwritten by the next update. */
 FERROW_API void Radio_bindsentPackets(void* handle, void (*callback)(int value));
 FERROW_API void Radio_setsentPackets(void* handle, int value);
 
@@ -61,8 +61,8 @@ FERROW_API void Radio_setValidBandwidthRatio(void* handle, double value);
 FERROW_API void Radio_bindrxLevelCalibration(void* handle, void (*callback)(double value));
 FERROW_API void Radio_setrxLevelCalibration(void* handle, double value);
 
-/* RadioPtt: ptt as the hardware reports it. Written by the library; what a host writes is overwritten by the
- * next update. */
+/* RadioPtt: ptt as the hardware reports it. Default false. Written by the library; what a host writes is overwritten
+ * by the next update. */
 FERROW_API void Radio_bindRadioPtt(void* handle, void (*callback)(bool value));
 FERROW_API void Radio_setRadioPtt(void* handle, bool value);
 
@@ -78,7 +78,7 @@ FERROW_API void Radio_setcwInternal(void* handle, bool value);
 FERROW_API void Radio_binddisableVirtualReceivers(void* handle, void (*callback)(bool value));
 FERROW_API void Radio_setdisableVirtualReceivers(void* handle, bool value);
 
-/* ptt: the radio is transmitting. Written by the library; what a host writes is overwritten by the next
+/* ptt: the radio is transmitting. Default false. Written by the library; what a host writes is overwritten by the next
  * update. */
 FERROW_API void Radio_bindptt(void* handle, void (*callback)(bool value));
 FERROW_API void Radio_setptt(void* handle, bool value);

@@ -72,8 +72,10 @@ FERROW_API void SoapyRadio_setminRxIFGain(void* handle, int value);
 FERROW_API void SoapyRadio_bindrxIFGain(void* handle, void (*callback)(int value));
 FERROW_API void SoapyRadio_setrxIFGain(void* handle, int value);
 
-/* Never called. */
+/* antennaAdded: never called. */
 FERROW_API void SoapyRadio_bindantennaAdded(void* handle, void (*callback)(const char* name));
+
+/* samplerateAdded: never called. */
 FERROW_API void SoapyRadio_bindsamplerateAdded(void* handle, void (*callback)(int rate));
 
 FERROW_END_C

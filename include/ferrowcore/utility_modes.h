@@ -38,7 +38,7 @@ FERROW_API void clientModDemod_release(void* handle);
 
 /* rxChunk: called by the pump with a complexArray of 512 samples at 48000 a second, after the receive filter,
  * which the host owns, and the block's number, from 0. A gap in the numbers is a block that was dropped. */
-FERROW_API void clientModDemod_bindrxChunk(void* handle, void (*callback)(void* array, int number));
+FERROW_API void clientModDemod_bindrxChunk(void* handle, void (*callback)(void* complexArray, int number));
 
 /* A mode whose work the host does in line. Its two callbacks are the only ones that do not wait for the pump:
  * they run on one of the library's threads, possibly both at once, and hold up the stream until they return.
@@ -50,12 +50,12 @@ FERROW_API void proxyModDemod_release(void* handle);
 
 /* rxChunk: called with a complexArray of 512 received samples at 48000 a second; they are good until it
  * returns. The mode plays them as single sideband does, with what the host has changed in them. */
-FERROW_API void proxyModDemod_bindrxChunk(void* handle, void (*callback)(void* array));
+FERROW_API void proxyModDemod_bindrxChunk(void* handle, void (*callback)(void* complexArray));
 
 /* getTxChunk: called with two complexArrays of 512 samples at 48000 a second: the one to fill, which passes
  * the transmit filter and goes to the radio, and the microphone, as 0.707 of each sample in both components.
  * Unbound, it sends silence. */
-FERROW_API void proxyModDemod_bindgetTxChunk(void* handle, void (*callback)(void* out, void* microphone));
+FERROW_API void proxyModDemod_bindgetTxChunk(void* handle, void (*callback)(void* complexArray_out, void* complexArray_microphone));
 
 FERROW_END_C
 

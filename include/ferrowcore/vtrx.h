@@ -27,11 +27,13 @@ FERROW_API void vtrx_setOwnerID(void* handle, int value);
 FERROW_API void vtrx_bindTxOffset(void* handle, void (*callback)(int value));
 FERROW_API void vtrx_setTxOffset(void* handle, int value);
 
-/* audioInput: microphone: the Value of an item of Wireless.inputDevices. */
+/* audioInput: microphone: the Value of an item of Wireless.inputDevices; 0 for none. Default: the system's own device, which
+ * the library tells. Opened by vtrx_start, and anew after a change. */
 FERROW_API void vtrx_bindaudioInput(void* handle, void (*callback)(int value));
 FERROW_API void vtrx_setaudioInput(void* handle, int value);
 
-/* audioOutput: speaker: the Value of an item of Wireless.outputDevices; negative for none. */
+/* audioOutput: speaker: the Value of an item of Wireless.outputDevices; negative for none. Default: the system's own device,
+ * which the library tells. Opened by vtrx_start, and anew after a change. */
 FERROW_API void vtrx_bindaudioOutput(void* handle, void (*callback)(int value));
 FERROW_API void vtrx_setaudioOutput(void* handle, int value);
 
@@ -48,8 +50,8 @@ FERROW_API void vtrx_setoversample(void* handle, int value);
 FERROW_API void vtrx_bindwaterfallSpeed(void* handle, void (*callback)(int value));
 FERROW_API void vtrx_setwaterfallSpeed(void* handle, int value);
 
-/* specFreq: Hz; centre of the spectrum, vfo + specOffset. Written by the library; what a host writes is
- * overwritten by the next update. */
+/* specFreq: Hz; centre of the spectrum, vfo + specOffset. Default 14095600. Written by the library; what a host writes
+ * is overwritten by the next update. */
 FERROW_API void vtrx_bindspecFreq(void* handle, void (*callback)(long long value));
 FERROW_API void vtrx_setspecFreq(void* handle, long long value);
 
@@ -77,13 +79,13 @@ FERROW_API void vtrx_setVoxHold(void* handle, double value);
 FERROW_API void vtrx_bindVoxThreshold(void* handle, void (*callback)(double value));
 FERROW_API void vtrx_setVoxThreshold(void* handle, double value);
 
-/* micLevel: linear peak of the microphone, about every 0.2 s. Written by the library; what a host writes is
+/* micLevel: linear peak of the microphone, about every 0.2 s. Default 0. Written by the library; what a host writes is
  * overwritten by the next update. */
 FERROW_API void vtrx_bindmicLevel(void* handle, void (*callback)(double value));
 FERROW_API void vtrx_setmicLevel(void* handle, double value);
 
-/* signalStrength: dB, about every 0.2 s: ten times the peak power after the filter, so that a full-scale
- * carrier reads +10. Written by the library; what a host writes is overwritten by the next update. */
+/* signalStrength: dB, about every 0.2 s: ten times the peak power after the filter, so that a full-scale carrier reads
+ * +10. Default 0. Written by the library; what a host writes is overwritten by the next update. */
 FERROW_API void vtrx_bindsignalStrength(void* handle, void (*callback)(double value));
 FERROW_API void vtrx_setsignalStrength(void* handle, double value);
 
@@ -104,12 +106,12 @@ FERROW_API void vtrx_setSendAudio(void* handle, bool value);
 FERROW_API void vtrx_bindSendIQ(void* handle, void (*callback)(bool value));
 FERROW_API void vtrx_setSendIQ(void* handle, bool value);
 
-/* TuningValid: vfo and filter lie inside the hardware receiver. Written by the library; what a host writes
- * is overwritten by the next update. */
+/* TuningValid: vfo and filter lie inside the hardware receiver. Default true. Written by the library; what a host
+ * writes is overwritten by the next update. */
 FERROW_API void vtrx_bindTuningValid(void* handle, void (*callback)(bool value));
 FERROW_API void vtrx_setTuningValid(void* handle, bool value);
 
-/* bandwidthSufficient: false: the radio's rate is below the mode's. Written by the library; what a host
+/* bandwidthSufficient: false: the radio's rate is below the mode's. Default true. Written by the library; what a host
  * writes is overwritten by the next update. */
 FERROW_API void vtrx_bindbandwidthSufficient(void* handle, void (*callback)(bool value));
 FERROW_API void vtrx_setbandwidthSufficient(void* handle, bool value);
@@ -138,13 +140,13 @@ FERROW_API void vtrx_setuseResampler(void* handle, bool value);
 FERROW_API void vtrx_binduseVox(void* handle, void (*callback)(bool value));
 FERROW_API void vtrx_setuseVox(void* handle, bool value);
 
-/* rxagc: agc of reception. The host owns the handle that it is told. */
-FERROW_API void vtrx_bindrxagc(void* handle, void (*callback)(void* item));
-FERROW_API void vtrx_setrxagc(void* handle, void* item);
+/* rxagc: agc of reception. By default one of the transceiver's own; the host owns the handle that it is told. */
+FERROW_API void vtrx_bindrxagc(void* handle, void (*callback)(void* agc));
+FERROW_API void vtrx_setrxagc(void* handle, void* agc);
 
-/* txagc: agc in use while audio must be silent; its Volume is 0. */
-FERROW_API void vtrx_bindtxagc(void* handle, void (*callback)(void* item));
-FERROW_API void vtrx_settxagc(void* handle, void* item);
+/* txagc: agc in use while audio must be silent; its Volume is 0 by default. */
+FERROW_API void vtrx_bindtxagc(void* handle, void (*callback)(void* agc));
+FERROW_API void vtrx_settxagc(void* handle, void* agc);
 
 /* newAudio: a block of received audio at 48000 a second, by getUpdates, while SendAudio. The host owns the
  * array. */
@@ -164,8 +166,9 @@ FERROW_API void vtrx_bindnewSpectrum(void* handle, void (*callback)(void* floatA
 /* Silences the transceiver and takes it off its radio. */
 FERROW_API void vtrx_remove(void* handle);
 
-/* Gives the transceiver a mode, any object of a modDemod class; null takes the mode away. The filters stay
- * as they are: set them for the mode. */
+/* Gives the transceiver a mode, any object of a modDemod class; null takes the mode away. Without one it receives nothing:
+ * no audio, no spectra, no signal strength. The filters stay as they are: set them for the mode. It acts from the next
+ * block. */
 FERROW_API void vtrx_setModulation(void* handle, void* modDemod);
 
 /* Receive filter from `low` to `high` Hz relative to vfo; negative is below it. Default -3000 to 3000. It

@@ -48,13 +48,13 @@ FERROW_API void Wireless_bindDefaultMicEQ(void* handle, ferrow_list_callback cal
 FERROW_API void Wireless_setDefaultMicEQ(void* handle, int operation, int index, void* item);
 FERROW_API void Wireless_resetDefaultMicEQ(void* handle);
 
-/* inputDevices: capture devices, ValueLabelItem. Value is what vtrx_setaudioInput takes: 0 for "None", 1 and
+/* inputDevices: list of ValueLabelItem: capture devices. Value is what vtrx_setaudioInput takes: 0 for "None", 1 and
  * up. */
 FERROW_API void Wireless_bindinputDevices(void* handle, ferrow_list_callback callback);
 FERROW_API void Wireless_setinputDevices(void* handle, int operation, int index, void* item);
 FERROW_API void Wireless_resetinputDevices(void* handle);
 
-/* outputDevices: playback devices, ValueLabelItem. Value is what vtrx_setaudioOutput takes: -1 for "None",
+/* outputDevices: list of ValueLabelItem: playback devices. Value is what vtrx_setaudioOutput takes: -1 for "None",
  * the device number, or that plus 1000 for its low-latency twin, whose label ends in "-L". */
 FERROW_API void Wireless_bindoutputDevices(void* handle, ferrow_list_callback callback);
 FERROW_API void Wireless_setoutputDevices(void* handle, int operation, int index, void* item);

@@ -3,7 +3,8 @@
 // The radio holds slot numbers, looks into a slot in place and hands the number back; no packet is copied and
 // nothing is allocated once the socket is open. All calls after the bring-up come from one thread, the
 // radio's comms thread, except `allocateSend`, the slot memory itself and `connect`, which belong to the
-// radio's serial queue; slot numbers travel between the two by SlotRing.
+// radio's serial queue; slot numbers travel between the two by SlotRing. In the open mode `sendTo` may be
+// called from both: a spin lock of a few instructions keeps the count of finished slots.
 //
 // Log texts keep the names of the registered I/O service that this contract was first written for; a text
 // whose step does not exist here is never logged.

@@ -9,7 +9,7 @@ using namespace ferrow::test;
 
 TEST(HostProgram, HelpIsEverywhere) {
     EXPECT_EQ(runFerrow({"--help"}).code, 0);
-    for (const char* command : {"discover", "devices", "listen", "ft8", "talk", "tune", "demo"}) {
+    for (const char* command : {"discover", "devices", "listen", "ft8", "talk", "tune", "denoise", "demo"}) {
         const Outcome help = runFerrow({command, "--help"});
         EXPECT_EQ(help.code, 0) << command;
         EXPECT_NE(help.output.find("Usage"), std::string::npos) << command;
@@ -36,6 +36,8 @@ TEST(HostProgram, WrongCommandLinesEndWithTwo) {
         {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--device", "loud"},
         {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--duration", "-3"},
         {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--gain", "much"},
+        {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--nr", "101"},
+        {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--nr", "much"},
         {"ft8"},
         {"ft8", "--radio", "127.61.1.1"},
         {"ft8", "--radio", "127.61.1.1", "--band", "11m"},

@@ -1,11 +1,14 @@
 // A mode on a transceiver of a radio without hardware, its blocks fed and pulled by hand.
 #pragma once
 
+#include "tests/support/edit_distance.hpp"
 #include "tests/trx/trx_fixture.hpp"
 
+#include <atomic>
 #include <cstdint>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace ferrow::test {
@@ -61,6 +64,24 @@ protected:
         }
         return audio;
     }
+
+    // Does `change` while the mode sends and receives, each on a thread of its own.
+    template <class Change>
+    void whileBusy(modDemod& mode, const Signal& received, Change change) {
+        std::atomic<bool> done{false};
+        std::thread transmitter([&] {
+            while (!done)
+                pull(mode, 5120, 126);
+        });
+        std::thread receiver([&] {
+            while (!done)
+                on(*t, [&] { hear(mode, received); });
+        });
+        change();
+        done = true;
+        transmitter.join();
+        receiver.join();
+    }
 };
 
 // Complex white noise of the given power.
@@ -69,23 +90,6 @@ inline void addNoise(Signal& signal, double power, std::uint64_t seed) {
     std::normal_distribution<float> gauss(0.0f, static_cast<float>(std::sqrt(power / 2)));
     for (auto& sample : signal)
         sample += std::complex<float>(gauss(random), gauss(random));
-}
-
-// Share of characters of `sent` that are wrong or missing in `heard`, or too many there (edit distance).
-inline double characterErrors(const std::string& sent, const std::string& heard) {
-    std::vector<std::size_t> row(heard.size() + 1);
-    for (std::size_t j = 0; j < row.size(); ++j)
-        row[j] = j;
-    for (std::size_t i = 1; i <= sent.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
-        for (std::size_t j = 1; j < row.size(); ++j) {
-            const std::size_t changed = diagonal + (sent[i - 1] != heard[j - 1]);
-            diagonal = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, changed});
-        }
-    }
-    return static_cast<double>(row.back()) / static_cast<double>(std::max<std::size_t>(sent.size(), 1));
 }
 
 } // namespace ferrow::test

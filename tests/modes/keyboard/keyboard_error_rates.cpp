@@ -11,9 +11,10 @@
 #include "modes/cw_decoder.hpp"
 #include "modes/rtty_decoder.hpp"
 #include "tests/modes/cw/morse_signal.hpp"
+#include "tests/modes/keyboard/text_peers.hpp"
 #include "tests/modes/receive_filter.hpp"
 #include "tests/modes/rtty/teletype_signal.hpp"
-#include "tests/modes/keyboard/text_peers.hpp"
+#include "tests/support/edit_distance.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -38,19 +39,8 @@ void addNoise(Signal& signal, double snr, double bandwidth, double power, std::u
         sample += std::complex<float>(gauss(random), gauss(random));
 }
 
-// Wrong, missing and surplus characters of `sent` in the stretch of `heard` that fits it best, as a share.
 double errors(const std::string& sent, const std::string& heard) {
-    std::vector<std::size_t> row(heard.size() + 1, 0);
-    for (std::size_t i = 1; i <= sent.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
-        for (std::size_t j = 1; j < row.size(); ++j) {
-            const std::size_t changed = diagonal + (sent[i - 1] != heard[j - 1]);
-            diagonal = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, changed});
-        }
-    }
-    return static_cast<double>(*std::min_element(row.begin(), row.end())) / static_cast<double>(sent.size());
+    return test::characterErrors(sent, heard, test::Around::free);
 }
 
 // One kind of case, and a space for each stretch of white.

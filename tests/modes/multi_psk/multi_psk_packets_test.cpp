@@ -38,20 +38,21 @@ TEST(MultiPskPackets, Version) {
 TEST(MultiPskPackets, Capability) {
     const buff<char> packet = capabilityPacket();
     ASSERT_EQ(packet.size(), 56u);
-    EXPECT_EQ(textOf(packet), std::string("\x34\0\0\0HWMPcapa", 12) +
-                                  "\x08"
-                                  "FerrowRx"
-                                  "\x03"
-                                  "1.0"
-                                  "\x05"
-                                  "Hello"
-                                  "\x01"
-                                  "3"
-                                  "\x05"
-                                  "48000"
-                                  "\x0f"
-                                  "24000..40000000" +
-                                  std::string(1, '\0'));
+    using namespace std::string_literals;
+    EXPECT_EQ(textOf(packet), "\x34\0\0\0HWMPcapa"
+                              "\x08"
+                              "FerrowRx"
+                              "\x03"
+                              "1.0"
+                              "\x05"
+                              "Hello"
+                              "\x01"
+                              "3"
+                              "\x05"
+                              "48000"
+                              "\x0f"
+                              "24000..40000000"
+                              "\0"s);
 }
 
 TEST(MultiPskPackets, FrequencyHasFourBytes) {

@@ -2,6 +2,7 @@
 
 #include "core/tasks/runtime.hpp"
 #include "tests/modes/psk/psk_signal.hpp"
+#include "tests/support/edit_distance.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -32,7 +33,7 @@ bool contains(const std::string& received, const std::string& sent) {
     for (std::size_t from = 0; from + sent.size() <= received.size() + 6; ++from) {
         if (from > received.size())
             break;
-        if (characterErrorRate(sent, std::string_view(received).substr(from, sent.size())) <= 0.1)
+        if (characterErrors(sent, std::string_view(received).substr(from, sent.size())) <= 0.1)
             return true;
     }
     return false;

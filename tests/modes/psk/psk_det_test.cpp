@@ -1,5 +1,6 @@
 #include "modes/psk/psk_det.hpp"
 #include "tests/modes/psk/psk_trials.hpp"
+#include "tests/support/edit_distance.hpp"
 
 #include <gtest/gtest.h>
 
@@ -49,7 +50,7 @@ TEST(PskDet, QpskInTheOtherSidebandIsReadByItsOwnModeOnly) {
         test::pskSignal(test::pskPhases(test::pskBits(text, 64, 40), true, true), 31.25, 1500, 8000);
     CPSKDet lower(2), upper(1);
     EXPECT_EQ(receive(lower, signal), text);
-    EXPECT_GT(test::characterErrorRate(text, receive(upper, signal)), 0.5);
+    EXPECT_GT(test::characterErrors(text, receive(upper, signal)), 0.5);
 }
 
 TEST(PskDet, ReadsSignalsOverThePassband) {

@@ -1,7 +1,7 @@
 // Measures PSK reception.
 //
-//     psk_error_rate noise [TRIALS [SEED]]     character error rates in white noise          (20 trials, seed
-//     1) psk_error_rate pull [TRIALS [SEED]]      signals copied by how far off they start      (5 trials)
+//     psk_error_rate noise [TRIALS [SEED]]     character error rates in white noise          (20 trials, seed 1)
+//     psk_error_rate pull [TRIALS [SEED]]      signals copied by how far off they start      (5 trials)
 //     psk_error_rate bank [TRIALS [SEED]]      20 signals at once, 100 Hz apart, by the bank (10 trials)
 //
 // SNR is the mean power of the keyed signal over that of the noise in 2500 Hz. Every trial has a text of 100
@@ -49,9 +49,14 @@ void noise(int trials, std::uint64_t seed) {
 }
 
 // Percent copied: at most one character in ten wrong. 10 dB, 200 symbols of idling.
+// Blocks of 512 are those of the mode, which has the slow frequency control.
 void pull(int trials, std::uint64_t seed) {
-    for (const std::size_t block : {512, 2048}) {
-        std::printf("blocks of %zu\n  Hz", block);
+    struct Control {
+        std::size_t block;
+        bool fast;
+    };
+    for (const Control control : {Control{512, false}, {2048, false}, {512, true}}) {
+        std::printf("blocks of %zu, %s control\n  Hz", control.block, control.fast ? "fast" : "slow");
         for (const PskForm& form : kPskForms)
             std::printf("%9s", form.name);
         std::printf("\n");
@@ -63,7 +68,8 @@ void pull(int trials, std::uint64_t seed) {
                 trial.characters = 40;
                 trial.hz = 1500 + off;
                 trial.lead = 200;
-                trial.block = block;
+                trial.block = control.block;
+                trial.fastAfc = control.fast;
                 int copied = 0;
                 for (int n = 0; n < trials; ++n)
                     copied +=

@@ -110,20 +110,4 @@ std::string pskText(std::size_t length, std::uint64_t seed) {
     return text + "k";
 }
 
-double characterErrorRate(std::string_view sent, std::string_view received) {
-    std::vector<std::size_t> row(received.size() + 1);
-    for (std::size_t j = 0; j < row.size(); ++j)
-        row[j] = j;
-    for (std::size_t i = 1; i <= sent.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
-        for (std::size_t j = 1; j < row.size(); ++j) {
-            const std::size_t changed = diagonal + (sent[i - 1] == received[j - 1] ? 0 : 1);
-            diagonal = row[j];
-            row[j] = std::min({changed, row[j] + 1, row[j - 1] + 1});
-        }
-    }
-    return static_cast<double>(row.back()) / static_cast<double>(sent.size());
-}
-
 } // namespace ferrow::test

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <random>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace ferrow::test {
@@ -42,8 +41,5 @@ void addNoise(std::vector<double>& x, double power, double snr, double rate, std
 
 // Characters of a keyboard contact, seeded; ends on a letter.
 std::string pskText(std::size_t length, std::uint64_t seed);
-
-// Edit distance between the texts over the length of the sent one.
-double characterErrorRate(std::string_view sent, std::string_view received);
 
 } // namespace ferrow::test

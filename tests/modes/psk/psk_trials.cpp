@@ -1,4 +1,5 @@
 #include "tests/modes/psk/psk_trials.hpp"
+#include "tests/support/edit_distance.hpp"
 
 #include <algorithm>
 
@@ -36,7 +37,7 @@ double tryPsk(const PskForm& form, const PskTrial& trial, std::uint64_t seed) {
     receive(detector, before, 3000, trial.block);
     detector.setRxFrequency(trial.tuned);
     detector.resetDetector();
-    return characterErrorRate(text, receive(detector, signal, 3000, trial.block));
+    return characterErrors(text, receive(detector, signal, 3000, trial.block));
 }
 
 } // namespace ferrow::test

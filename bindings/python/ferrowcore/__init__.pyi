@@ -1,0 +1,13 @@
+from typing import Callable, Optional
+
+from . import ft8 as ft8
+from ._arrays import complexArray as complexArray, doubleArray as doubleArray, floatArray as floatArray
+from ._classes import *
+from ._native import LibraryNotFound as LibraryNotFound
+from ._objects import BoundEvent as BoundEvent, ItemList as ItemList, Object as Object, Path
+
+def init(path: Path, verbose: bool = ...) -> None: ...
+def pump() -> None: ...
+def run(
+    seconds: Optional[float] = ..., until: Optional[Callable[[], object]] = ..., interval: float = ...
+) -> bool: ...
