@@ -24,6 +24,7 @@ namespace asio = boost::asio;
 using asio::ip::tcp;
 
 constexpr std::int64_t kGiveUpNs = 2'000'000'000; // a clock that is so far behind starts anew
+constexpr double kBeyondAll = 1e10;               // Hz, the clock of a converter that folds no station
 constexpr int kBlocksPerMessage = 2;              // of the synthesizer
 
 } // namespace
@@ -61,7 +62,7 @@ class Server::Work {
 public:
     Work(ServerSettings settings, std::shared_ptr<const Sky> sky)
         : acceptor_(io_), timer_(io_), settings_(std::move(settings)),
-          synth_(std::move(sky), settings_.clockPpm), strikes_(settings_.faults, settings_.seed) {
+          synth_(std::move(sky), settings_.clockPpm, kBeyondAll), strikes_(settings_.faults, settings_.seed) {
         try {
             const tcp::endpoint place(asio::ip::make_address(settings_.host),
                                       static_cast<std::uint16_t>(settings_.port));
