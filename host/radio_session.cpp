@@ -73,8 +73,7 @@ void RadioSession::setPower(const TransmitPower& power) {
 
 Transceiver& RadioSession::add(long long vfo) {
     arrived_ = nullptr;
-    // The first start of a websocket radio makes a transceiver, and takes none that is there before.
-    if (found_.kind == RadioKind::WsProxy && transceivers_.empty())
+    if (startMakesFirst() && transceivers_.empty())
         startOnce();
     else
         Radio_addVtrx(radio_.get(), vfo, 0, 0);
@@ -82,7 +81,7 @@ Transceiver& RadioSession::add(long long vfo) {
         throw Failure(interrupted() ? "interrupted" : "the library makes no transceiver; see its log");
     transceivers_.push_back(std::make_unique<Transceiver>(arrived_, vfo, strengthAbove_));
     Transceiver& made = *transceivers_.back();
-    if (found_.kind == RadioKind::WsProxy)
+    if (startMakesFirst())
         vtrx_setvfo(arrived_, vfo);
     if (!library_.pumpUntil([&] { return made.ready(); }, kPatience))
         throw Failure(interrupted() ? "interrupted" : "the library gives no gain control; see its log");
@@ -107,8 +106,8 @@ void RadioSession::start() {
     if (!library_.pumpUntil([&] { return samplesSince(began); }, kPatience) && !interrupted())
         throw Failure(fmt::format("no samples from the radio at {} within {} s{}", place(), kPatience.count(),
                                   complaint()));
-    // Only now is the receiver's number at the server known: what was tuned before has gone nowhere.
-    if (found_.kind == RadioKind::WsProxy)
+    // Only now is a receiver's number at a server known: what was tuned before has gone nowhere.
+    if (startMakesFirst())
         for (const auto& transceiver : transceivers_)
             transceiver->retune();
 }

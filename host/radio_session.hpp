@@ -69,6 +69,10 @@ public:
 private:
     void bindReadings();
     void startOnce();
+    // Whether the radio has no receiver before its first start, which makes a transceiver too.
+    bool startMakesFirst() const {
+        return found_.kind == RadioKind::WsProxy || found_.kind == RadioKind::HpsdrNp;
+    }
     // ": connect: Connection refused" or the like, if the library has said so.
     std::string complaint() const;
     std::string place() const; // for messages

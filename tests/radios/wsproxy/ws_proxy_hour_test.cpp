@@ -94,13 +94,16 @@ TEST(WsProxyHour, FramesReplayedFastDoNotMakeTheMemoryGrow) {
     // The first quarter fills caches, queues and the pool of buffers.
     memory.erase(memory.begin(), memory.begin() + kSamples / 4);
     const double growth = slope(memory, count / kSamples);
-    std::printf(
-        "%d messages in %.1f s (%.0f times real time), %.1f MB resident, %+.4f MB a thousand messages\n",
-        count, seconds, count * 512 / 48000.0 / seconds, memory.back(), growth);
+    std::printf("%d messages in %.1f s (%.0f times real time), %+.4f MB a thousand messages; resident, MB:",
+                count, seconds, count * 512 / 48000.0 / seconds, growth);
+    for (std::size_t i = 0; i < memory.size(); i += 5)
+        std::printf(" %.1f", memory[i]);
+    std::printf("\n");
     EXPECT_EQ(server.connections, 1) << "nothing broke on the way";
-    // A message is 8.2 kB: a leak of one in a hundred would show as 0.08.
+    // A message is 8.2 kB and a chunk 4.1: one lost message in a hundred would show as 0.12. Over the short
+    // run the last buffers of the pools are made.
     if (!kSanitized) { // whose own memory grows
-        EXPECT_LT(growth, 0.05);
+        EXPECT_LT(growth, count == kHour ? 0.03 : 0.1);
     }
     server.drop();
     radio.reset();
