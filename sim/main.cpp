@@ -1,5 +1,6 @@
 #include "sim/decibel.hpp"
 #include "sim/options.hpp"
+#include "sim/radio/np_radio.hpp"
 #include "sim/scene/build_sky.hpp"
 
 #include <csignal>
@@ -26,28 +27,12 @@ double cpuSeconds() {
     return seconds(use.ru_utime) + seconds(use.ru_stime);
 }
 
-using Radios = std::vector<std::unique_ptr<Radio>>;
+using Radios = std::vector<std::unique_ptr<AnyRadio>>;
 
 void writeStatistics(const std::string& path, const Radios& radios, double upSeconds) {
     nlohmann::json list = nlohmann::json::array();
     for (const auto& radio : radios) {
-        nlohmann::json one = radio->statistics();
-        const ControlState c = radio->control();
-        one["address"] = radio->address();
-        one["port"] = radio->port();
-        one["streaming"] = radio->streaming();
-        std::vector<std::uint32_t> frequencies(c.rxFrequency.begin(), c.rxFrequency.begin() + c.receivers);
-        one["control"] = {{"rate", c.rate},
-                          {"receivers", c.receivers},
-                          {"rx_frequency", frequencies},
-                          {"tx_frequency", c.txFrequency},
-                          {"ptt", c.ptt},
-                          {"drive", c.drive},
-                          {"filter", c.filterWord},
-                          {"gain_byte", c.gainByte},
-                          {"gain_db", c.lnaGainDb()},
-                          {"bank_count", c.bankCount}};
-        list.push_back(std::move(one));
+        list.push_back(radio->report());
     }
     std::ofstream file(path, std::ios::trunc);
     file << nlohmann::json{{"up_s", upSeconds}, {"cpu_s", cpuSeconds()}, {"radios", list}}.dump(2) << "\n";
@@ -55,7 +40,7 @@ void writeStatistics(const std::string& path, const Radios& radios, double upSec
         fmt::print(stderr, "ferrow-sim: cannot write {}\n", path);
 }
 
-void tellReady(const Options& options, const Radio& radio) {
+void tellReady(const Options& options, const AnyRadio& radio) {
     const std::string line = fmt::format("ready {}:{}\n", radio.address(), radio.port());
     if (!options.quiet) {
         fmt::print("{}", line);
@@ -118,7 +103,10 @@ int run(Options options) {
         settings.address = address;
         if (!options.radio.txRecord.empty() && options.addresses.size() > 1)
             settings.txRecord = fmt::format("{}.{}", options.radio.txRecord, radios.size() + 1);
-        radios.push_back(std::make_unique<Radio>(settings, built.sky));
+        if (options.protocol == 2)
+            radios.push_back(std::make_unique<NpRadio>(settings, built.sky));
+        else
+            radios.push_back(std::make_unique<Radio>(settings, built.sky));
         ++settings.identity.mac[5];
         tellReady(options, *radios.back());
     }

@@ -9,6 +9,7 @@ namespace ferrow::sim {
 /// The command line of ferrow-sim.
 struct Options {
     std::vector<std::string> addresses;
+    int protocol = 1;
     std::string scene = "builtin";
     RadioSettings radio; ///< address aside
     std::vector<std::string> faults;

@@ -4,9 +4,11 @@
 #include "tests/support/edit_distance.hpp"
 #include "tests/trx/trx_fixture.hpp"
 
+#include <atomic>
 #include <cstdint>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace ferrow::test {
@@ -61,6 +63,24 @@ protected:
             audio.insert(audio.end(), out.begin(), out.end());
         }
         return audio;
+    }
+
+    // Does `change` while the mode sends and receives, each on a thread of its own.
+    template <class Change>
+    void whileBusy(modDemod& mode, const Signal& received, Change change) {
+        std::atomic<bool> done{false};
+        std::thread transmitter([&] {
+            while (!done)
+                pull(mode, 5120, 126);
+        });
+        std::thread receiver([&] {
+            while (!done)
+                on(*t, [&] { hear(mode, received); });
+        });
+        change();
+        done = true;
+        transmitter.join();
+        receiver.join();
     }
 };
 

@@ -1,4 +1,5 @@
 #include "core/buff/buff_math.hpp"
+#include "tests/support/noise.hpp"
 
 #include <bit>
 #include <cmath>
@@ -7,18 +8,10 @@
 #include <random>
 
 using namespace ferrow;
+using ferrow::test::noise;
 using cf = std::complex<float>;
 
 namespace {
-
-buff<cf> noise(size_t n, unsigned seed = 1) {
-    std::mt19937 random(seed);
-    std::normal_distribution<float> normal;
-    buff<cf> b(n);
-    for (auto& z : b)
-        z = {normal(random), normal(random)};
-    return b;
-}
 
 double powerOf(cf z) {
     return double(z.real()) * z.real() + double(z.imag()) * z.imag();

@@ -1,4 +1,5 @@
 #include "core/fft/fft.hpp"
+#include "tests/support/noise.hpp"
 
 #include <atomic>
 #include <cmath>
@@ -10,19 +11,11 @@
 #include <vector>
 
 using namespace ferrow;
+using ferrow::test::noise;
 using cf = std::complex<float>;
 using cd = std::complex<double>;
 
 namespace {
-
-buff<cf> noise(size_t n, unsigned seed = 1) {
-    std::mt19937 random(seed);
-    std::normal_distribution<float> normal;
-    buff<cf> b(n);
-    for (auto& z : b)
-        z = {normal(random), normal(random)};
-    return b;
-}
 
 // The sum itself, in double precision.
 template <class T>

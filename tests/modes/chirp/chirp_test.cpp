@@ -233,27 +233,17 @@ TEST_F(ChirpMode, EachTransmissionBeginsWithAWholeFrame) {
 }
 
 TEST_F(ChirpMode, SendsReceivesAndChangesAtOnce) {
-    std::atomic<bool> done{false};
-    std::thread transmitter([&] {
-        while (!done)
-            pull(*mode, 5120, 126);
+    Signal noise(5120);
+    test::addNoise(noise, 1, 1);
+    whileBusy(*mode, noise, [&] {
+        for (int i = 0; i < 200; ++i) {
+            on(*mode, [&] {
+                mode->rxFreq.setFromHost(i);
+                mode->txFreq.setFromHost(-i);
+            });
+            press(i % 2 == 0);
+        }
     });
-    std::thread receiver([&] {
-        Signal noise(5120);
-        test::addNoise(noise, 1, 1);
-        while (!done)
-            on(*t, [&] { hear(*mode, noise); });
-    });
-    for (int i = 0; i < 200; ++i) {
-        on(*mode, [&] {
-            mode->rxFreq.setFromHost(i);
-            mode->txFreq.setFromHost(-i);
-        });
-        press(i % 2 == 0);
-    }
-    done = true;
-    transmitter.join();
-    receiver.join();
 }
 
 TEST(ChirpLog, ThePathComesFromTheEnvironment) {

@@ -132,35 +132,24 @@ TEST_F(CwKey, TheRadiosOwnKeySendsUnlessTheRadioKeysItself) {
 }
 
 TEST_F(CwKey, SendsReceivesAndChangesAtOnce) {
-    std::atomic<bool> done{false};
     press(true);
-    std::thread transmitter([&] {
-        while (!done)
-            pull(*mode, 5120, 126);
+    whileBusy(*mode, Signal(5120, {0.5f, -0.5f}), [&] {
+        for (int i = 0; i < 300; ++i) {
+            on(*mode, [&] {
+                mode->QueueText("cq de x ", 0);
+                mode->wpm.setFromHost(20 + i % 10);
+                mode->freq.setFromHost(600 + i % 100);
+                mode->sidetoneVolume.setFromHost(0.01 * (i % 100));
+                mode->swHangTime.setFromHost(i % 5);
+                if (i % 3 == 0)
+                    mode->KeyDown();
+                else
+                    mode->KeyUp();
+            });
+            t->hardwareKey = i % 7 == 0;
+            pumpUpdates();
+        }
     });
-    std::thread receiver([&] {
-        const Signal noise(5120, {0.5f, -0.5f});
-        while (!done)
-            on(*t, [&] { hear(*mode, noise); });
-    });
-    for (int i = 0; i < 300; ++i) {
-        on(*mode, [&] {
-            mode->QueueText("cq de x ", 0);
-            mode->wpm.setFromHost(20 + i % 10);
-            mode->freq.setFromHost(600 + i % 100);
-            mode->sidetoneVolume.setFromHost(0.01 * (i % 100));
-            mode->swHangTime.setFromHost(i % 5);
-            if (i % 3 == 0)
-                mode->KeyDown();
-            else
-                mode->KeyUp();
-        });
-        t->hardwareKey = i % 7 == 0;
-        pumpUpdates();
-    }
-    done = true;
-    transmitter.join();
-    receiver.join();
 }
 
 } // namespace

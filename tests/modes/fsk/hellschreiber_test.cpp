@@ -184,26 +184,16 @@ TEST_F(Hell, ReceptionReturnsTheRealPart) {
 }
 
 TEST_F(Hell, SendsReceivesAndChangesAtOnce) {
-    std::atomic<bool> done{false};
-    std::thread transmitter([&] {
-        while (!done)
-            pull(*mode, 5120, 126);
+    whileBusy(*mode, Signal(5120), [&] {
+        for (int i = 0; i < 200; ++i) {
+            on(*mode, [&] {
+                mode->QueueText("HELL~", 0);
+                mode->frequencyStep.setFromHost(1000.0 + i);
+            });
+            press(true);
+            pumpUpdates();
+        }
     });
-    std::thread receiver([&] {
-        while (!done)
-            on(*t, [&] { hear(*mode, Signal(5120)); });
-    });
-    for (int i = 0; i < 200; ++i) {
-        on(*mode, [&] {
-            mode->QueueText("HELL~", 0);
-            mode->frequencyStep.setFromHost(1000.0 + i);
-        });
-        press(true);
-        pumpUpdates();
-    }
-    done = true;
-    transmitter.join();
-    receiver.join();
 }
 
 class Fsk : public test::ModeTest {};

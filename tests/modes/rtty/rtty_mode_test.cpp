@@ -220,30 +220,20 @@ TEST_F(Rtty, TextBeyond1024CharactersLosesTheNewest) {
 }
 
 TEST_F(Rtty, SendsReceivesAndChangesAtOnce) {
-    std::atomic<bool> done{false};
     testing::internal::CaptureStdout();
-    std::thread transmitter([&] {
-        while (!done)
-            pull(*mode, 5120, 126);
+    Signal noise(5120);
+    test::addNoise(noise, 1, 1);
+    whileBusy(*mode, noise, [&] {
+        for (int i = 0; i < 200; ++i) {
+            on(*mode, [&] {
+                mode->QueueText("CQ DE 1~", 0);
+                mode->rxFreq.setFromHost(i);
+                mode->dbg1.setFromHost(static_cast<float>(i));
+            });
+            press(true);
+            pumpUpdates();
+        }
     });
-    std::thread receiver([&] {
-        Signal noise(5120);
-        test::addNoise(noise, 1, 1);
-        while (!done)
-            on(*t, [&] { hear(*mode, noise); });
-    });
-    for (int i = 0; i < 200; ++i) {
-        on(*mode, [&] {
-            mode->QueueText("CQ DE 1~", 0);
-            mode->rxFreq.setFromHost(i);
-            mode->dbg1.setFromHost(static_cast<float>(i));
-        });
-        press(true);
-        pumpUpdates();
-    }
-    done = true;
-    transmitter.join();
-    receiver.join();
     testing::internal::GetCapturedStdout();
 }
 
