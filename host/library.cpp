@@ -2,12 +2,13 @@
 
 #include "host/failure.hpp"
 #include "host/interrupt.hpp"
+#include "host/quiet_stream.hpp"
 
-#include <fcntl.h>
 #include <ferrowcore/runtime.h>
 #include <ferrowcore/wireless.h>
 #include <filesystem>
 #include <fmt/format.h>
+#include <fstream>
 #include <unistd.h>
 
 namespace ferrow {
@@ -18,35 +19,10 @@ namespace fs = std::filesystem;
 
 constexpr auto kPumpPause = 5ms;
 
-// Sends stderr away: back ends of the sound system report there on every device that they fail to open.
-class QuietErrors {
-public:
-    explicit QuietErrors(bool quiet) {
-        if (!quiet)
-            return;
-        std::fflush(stderr);
-        saved_ = dup(STDERR_FILENO);
-        if (const int none = open("/dev/null", O_WRONLY | O_CLOEXEC); none >= 0) {
-            dup2(none, STDERR_FILENO);
-            close(none);
-        }
-    }
-    ~QuietErrors() {
-        if (saved_ < 0)
-            return;
-        dup2(saved_, STDERR_FILENO);
-        close(saved_);
-    }
-    QuietErrors(const QuietErrors&) = delete;
-    QuietErrors& operator=(const QuietErrors&) = delete;
-
-private:
-    int saved_ = -1;
-};
-
 } // namespace
 
-Library::Library(const LibraryOptions& options) : logFile_(options.logFile) {
+Library::Library(const LibraryOptions& options)
+    : logFile_(options.logFile), keepLog_(options.keepLog), verbose_(options.verbose) {
     if (logFile_.empty()) {
         ownLog_ = true;
         logFile_ = (fs::temp_directory_path() / fmt::format("ferrow-{}.log", getpid())).string();
@@ -62,7 +38,10 @@ Library::Library(const LibraryOptions& options) : logFile_(options.logFile) {
             std::this_thread::sleep_for(kPumpPause);
         }
     });
-    const QuietErrors quiet(!options.verbose);
+    if (!options.sound)
+        return;
+    // Back ends of the sound system report on every device that they fail to open.
+    const QuietStream quiet(stderr, !options.verbose);
     wireless_ = Object(Wireless_create());
 }
 
@@ -74,10 +53,19 @@ Library::~Library() {
     std::error_code error;
     if (!ownLog_)
         return;
-    if (fs::file_size(logFile_, error) == 0 && !error)
+    if (!keepLog_ || (fs::file_size(logFile_, error) == 0 && !error))
         fs::remove(logFile_, error);
     else if (!error)
         fmt::print(stderr, "ferrow: the library's log is in {}\n", logFile_);
+}
+
+std::vector<std::string> Library::logLines(std::string_view words) const {
+    std::vector<std::string> found;
+    std::ifstream file(logFile_);
+    for (std::string line; std::getline(file, line);)
+        if (const auto place = line.find(words); place != std::string::npos)
+            found.push_back(line.substr(place + words.size()));
+    return found;
 }
 
 void Library::pump() {

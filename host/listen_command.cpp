@@ -35,6 +35,7 @@ struct Options {
     std::string device;
     std::string wavFolder;
     std::optional<double> audioGain;
+    std::optional<double> noiseReduction; // percent
     double duration = 0;
     double zoom = 1;
     double s9 = -73;
@@ -74,9 +75,10 @@ public:
           waterfall_(terminalColumns()) {}
 
     int run() {
+        const RadioAddress address = options_.radio.address();
         AudioChoice audio = readDevice(options_);
         openFiles();
-        const FoundRadio found = findRadio(options_.radio.address);
+        const FoundRadio found = findRadio(address);
         Library library(options_.radio.library);
         if (audio.kind != AudioChoice::Kind::None)
             audio = listAudioDevices(library).usableOutput(audio);
@@ -118,6 +120,8 @@ private:
         one.setAudio(audio);
         if (options_.audioGain)
             one.setManualGain(*options_.audioGain);
+        if (options_.noiseReduction)
+            one.setNoiseReduction(*options_.noiseReduction);
         if (!files_.empty())
             one.onAudio = [this, index](std::span<const float> samples) { record(index, samples); };
         if (index == 0 && waterfallOn_) {
@@ -263,6 +267,7 @@ void addListenCommand(CLI::App& program, Action& chosen) {
     command->add_option("--wav", options->wavFolder, "record a WAV file for each --tune in this folder");
     command->add_option("--audio-gain", options->audioGain, "plain gain in dB in place of the automatic one")
         ->check(CLI::Range(-60.0, 160.0));
+    addNoiseReductionOption(*command, options->noiseReduction);
     command->add_option("--duration", options->duration, "seconds; 0: until Ctrl-C")
         ->check(CLI::NonNegativeNumber);
     command->add_flag("--waterfall", options->waterfall,

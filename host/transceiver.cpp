@@ -3,6 +3,7 @@
 #include "host/arrays.hpp"
 
 #include <ferrowcore/agc.h>
+#include <ferrowcore/modes.h>
 #include <ferrowcore/vtrx.h>
 #include <vector>
 
@@ -17,9 +18,11 @@ constexpr int kNoOutput = -1, kNoMicrophone = 0;
 
 } // namespace
 
-Transceiver::Transceiver(void* handle, long long vfo) : vfo_(vfo), vtrx_(handle) {
+Transceiver::Transceiver(void* handle, long long vfo, double strengthAbove) : vfo_(vfo), vtrx_(handle) {
     vtrx_.bind(vtrx_bindrxagc, [this](void* item) { agc_ = Object(item); });
-    vtrx_.bind(vtrx_bindsignalStrength, [this](double value) { strength_ = value + kStrengthOffset; });
+    vtrx_.bind(vtrx_bindsignalStrength, [this, offset = kStrengthOffset - strengthAbove](double value) {
+        strength_ = value + offset;
+    });
     vtrx_.bind(vtrx_bindTuningValid, [this](bool value) { tuningValid_ = value; });
     vtrx_.bind(vtrx_bindptt, [this](bool value) { ptt_ = value; });
     vtrx_.bind(vtrx_bindmicLevel, [this](double value) { microphoneLevel_ = value; });
@@ -38,8 +41,7 @@ void Transceiver::setMode(Object mode, int low, int high) {
     mode_ = std::move(mode);
     vtrx_setModulation(vtrx_.get(), mode_.get());
     vtrx_setRxFilter(vtrx_.get(), low, high);
-    // The receivers were shared out for the filter that a new transceiver has.
-    vtrx_setRxFrequency(vtrx_.get(), vfo_);
+    retune(); // the receivers were shared out for the filter that a new transceiver has
 }
 
 // A muted transceiver has no microphone either. What is left alone is the system's own device.
@@ -85,6 +87,17 @@ void Transceiver::setManualGain(double decibel) {
     agc_setEnabled(agc_.get(), false);
 }
 
+void Transceiver::setNoiseReduction(double percent) {
+    modDemod_setrnnoiseSquelch(mode_.get(), percent);
+    modDemod_setrnnoise(mode_.get(), true);
+}
+
+void Transceiver::setGainTimes(float attack, float decay, float hang) {
+    agc_setAttack(agc_.get(), attack);
+    agc_setDecay(agc_.get(), decay);
+    agc_setHang(agc_.get(), hang);
+}
+
 void Transceiver::setSpectrum(bool foreground, double zoom, long long offset) {
     vtrx_setspecOffset(vtrx_.get(), offset);
     vtrx_setspecZoom(vtrx_.get(), zoom);
@@ -97,6 +110,10 @@ void Transceiver::start() {
             takeSpectrum(array, low, high, rate);
         });
     vtrx_start(vtrx_.get());
+}
+
+void Transceiver::retune() {
+    vtrx_setRxFrequency(vtrx_.get(), vfo_);
 }
 
 void Transceiver::remove() {

@@ -23,7 +23,8 @@ public:
     using Clock = std::chrono::steady_clock;
 
     // Takes over the handle that vtrxAdded brought. Silent, and without a mode, until told otherwise.
-    explicit Transceiver(void* handle, long long vfo);
+    // `strengthAbove`: dB to take off the library's signal strength.
+    Transceiver(void* handle, long long vfo, double strengthAbove = 0);
     Transceiver(const Transceiver&) = delete;
     Transceiver& operator=(const Transceiver&) = delete;
 
@@ -48,6 +49,10 @@ public:
     double microphoneLevel() const { return microphoneLevel_; } // linear peak
     // Plain gain in dB in place of the automatic one.
     void setManualGain(double decibel);
+    // Takes noise out of the voice, by that percentage of what the library would take away; needs a mode.
+    void setNoiseReduction(double percent);
+    // Seconds in which the gain falls and rises, and for which it hangs.
+    void setGainTimes(float attack, float decay, float hang);
     // Width of the display: the radio's rate divided by `zoom`, a power of two, around vfo + offset.
     void setSpectrum(bool foreground, double zoom, long long offset);
 
@@ -57,6 +62,8 @@ public:
     std::function<void(const Spectrum&)> onSpectrum;
 
     void start();
+    // Asks the radio for its frequency once more.
+    void retune();
     // Takes it off the radio.
     void remove();
     // Gives all handles back. The callbacks may still come until the library calls Deleted.

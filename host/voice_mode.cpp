@@ -3,6 +3,7 @@
 #include "host/failure.hpp"
 
 #include <ferrowcore/modes.h>
+#include <fmt/format.h>
 #include <memory>
 
 namespace ferrow {
@@ -44,6 +45,24 @@ void addDeviationOption(CLI::App& command, VoiceOptions& options) {
     command.add_option("--deviation", options.deviation, "fm: peak deviation, Hz")
         ->check(CLI::Range(kLeastDeviation, kMostDeviation))
         ->capture_default_str();
+}
+
+void addNoiseReductionOption(CLI::App& command, std::optional<double>& percent) {
+    const auto read = [&percent](const CLI::results_t& words) {
+        double value = kNoiseReduction;
+        if (!words.empty() && !words[0].empty() && !CLI::detail::lexical_cast(words[0], value))
+            return false;
+        percent = value;
+        return value >= 0 && value <= 100;
+    };
+    command
+        .add_option(
+            "--nr", read,
+            fmt::format("take noise out of the voice, by this percentage of what can be taken; {} if none "
+                        "is given",
+                        kNoiseReduction))
+        ->type_name("PERCENT")
+        ->expected(0, 1);
 }
 
 void setVoiceMode(Library& library, Transceiver& transceiver, const Tuning& tuning,

@@ -5,6 +5,7 @@
 #include "host/transceiver.hpp"
 
 #include <CLI/CLI.hpp>
+#include <optional>
 
 namespace ferrow {
 
@@ -15,9 +16,13 @@ struct VoiceOptions {
     double subTone = 0;      // of fm, Hz; 0: none
 };
 
+inline constexpr double kNoiseReduction = 80; // percent; the library's own default
+
 // What concerns transmission.
 void addVoiceOptions(CLI::App& command, VoiceOptions& options);
 void addDeviationOption(CLI::App& command, VoiceOptions& options);
+// --nr [PERCENT]
+void addNoiseReductionOption(CLI::App& command, std::optional<double>& percent);
 
 // Gives the transceiver the mode of the tuning, with its filter for reception and transmission.
 void setVoiceMode(Library& library, Transceiver& transceiver, const Tuning& tuning,

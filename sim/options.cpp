@@ -40,6 +40,22 @@ void adaptToProtocol2(const CLI::App& app, RadioSettings& radio, int receivers) 
         radio.scale.adcBits = 16;
 }
 
+/// Takes over from the radio's settings what counts for a websocket too.
+proxy::ServerSettings websocketSettings(const std::string& place, const RadioSettings& radio) {
+    proxy::ServerSettings settings;
+    settings.clockPpm = radio.clockPpm;
+    settings.silent = radio.silent;
+    settings.seed = radio.seed;
+    try {
+        if (!place.empty())
+            parsePlace(place, settings);
+        proxy::checkFaults(radio.faults);
+    } catch (const std::invalid_argument& error) {
+        throw CLI::ValidationError("--websocket", error.what());
+    }
+    return settings;
+}
+
 } // namespace
 
 int parseOptions(int argc, const char* const* argv, Options& options) {
@@ -57,6 +73,29 @@ int parseOptions(int argc, const char* const* argv, Options& options) {
         ->capture_default_str();
     app.add_option("--address", options.addresses, "IPv4 address; repeat it for several radios (127.0.0.1)");
     app.add_option("--port", radio.port, "UDP port")->check(CLI::Range(1, 65535))->capture_default_str();
+    std::string place;
+    CLI::Option* websocket =
+        app.add_option("--websocket", place,
+                       "serve receivers at 48 kHz over websockets in place of radios, at HOST[:PORT][/PATH] "
+                       "(127.0.0.1:4810/iq; port 0: a free one)")
+            ->expected(0, 1)
+            ->excludes("--address")
+            ->excludes("--protocol");
+    rsp::LaunchSettings sdrplay;
+    bool runProgram = false;
+    CLI::Option* launch =
+        app.add_flag("--sdrplay", runProgram,
+                     "run PROGRAM with a stand-in for the SDRplay API in place of radios, or print the "
+                     "environment for it; with --duration the device is removed then")
+            ->excludes("--address")
+            ->excludes("--protocol")
+            ->excludes(websocket);
+    app.add_option("--devices", sdrplay.devices,
+                   "MODEL:SERIAL,... that the stand-in knows (one of each model)")
+        ->needs(launch);
+    app.add_option("--sdrplay-record", sdrplay.recordFile, "append a JSON line for each call of the API")
+        ->needs(launch);
+    app.add_option("PROGRAM", options.program, "with its arguments, behind --")->needs(launch);
     app.add_option("--scene", options.scene, "scene file, or builtin")->capture_default_str();
     app.add_flag("--list-scene", options.listScene, "print the scene's stations as JSON and end");
     app.add_option("--write-sources", options.writeSources,
@@ -118,6 +157,17 @@ int parseOptions(int argc, const char* const* argv, Options& options) {
                 throw CLI::ValidationError("--fault", error.what());
             }
         }
+        if (*launch) {
+            if (!radio.faults.empty())
+                throw CLI::ValidationError("--fault", "the stand-in for the SDRplay API has none");
+            sdrplay.scene = options.scene;
+            sdrplay.clockPpm = radio.clockPpm;
+            sdrplay.utcOffset = options.utcOffset;
+            sdrplay.unplugAfter = options.duration;
+            options.sdrplay = sdrplay;
+        }
+        if (*websocket)
+            options.websocket = websocketSettings(place, radio);
     } catch (const CLI::ParseError& error) {
         const bool help = error.get_exit_code() == 0;
         app.exit(error);

@@ -8,6 +8,7 @@
 #include "core/audio/audio_output.hpp"
 #include "core/buff/buff.hpp"
 #include "trx/agc.hpp"
+#include "trx/denoise/denoise.hpp"
 #include "trx/dsp/decimating_mixer.hpp"
 #include "trx/dsp/overlap_filter.hpp"
 #include "trx/dsp/rational_resampler.hpp"
@@ -148,6 +149,7 @@ private:
     void updateLevels();
     bool tuningIsValid() const;
     void playReceived(buff<float> audio, bool stereo);
+    buff<float> reduceNoise(buff<float> audio, bool hold, float level);
     void playTransmitting(buff<float> audio, bool stereo);
     void checkVox(double seconds);
 
@@ -182,6 +184,10 @@ private:
     int rxMuteBlocks_ = 0;
     int txMuteBlocks_ = 0;
     double voxHoldLeft_ = 0;
+
+    std::unique_ptr<DenoiseState> denoiser_; // made at the first block that wants it
+    buff<float> denoiseBuffer_;              // blocks of other sizes than 512 pass through it
+    long denoisePos_ = 0;
 
     decimatingMixer specMixer_;
     Samples specBuffer_, specScratch_, specResult_;

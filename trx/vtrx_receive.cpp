@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <span>
+#include <utility>
 
 namespace ferrow {
 
@@ -16,9 +18,13 @@ constexpr double kOutOfBandStep = 3.14; // radians a sample: beyond this the chu
 constexpr int kMuteBlocks = 50;         // after a transmission, and before one
 constexpr int kFrozenBlocks = 21;       // the last of them are audible, with frozen gain
 
+constexpr float kDenoiseScale = 32000.0f, kDenoiseBack = 3.125e-05f; // the noise reduction's sample range
+constexpr float kDenoiseMaxGain = 10;                                // dB, for what it has taken away
+
 // A transceiver that no radio made has no gains.
-buff<float> passed(const std::shared_ptr<agc>& gain, buff<float> audio, bool hold, float level) {
-    return gain ? gain->process(std::move(audio), hold, true, level) : audio;
+buff<float> passed(const std::shared_ptr<agc>& gain, buff<float> audio, bool hold, float level,
+                   bool applyVolume = true) {
+    return gain ? gain->process(std::move(audio), hold, applyVolume, level) : audio;
 }
 
 } // namespace
@@ -190,14 +196,55 @@ void vtrx::playReceived(buff<float> audio, bool stereo) {
         --rxMuteBlocks_;
     txMuteBlocks_ = kMuteBlocks;
     const auto level = static_cast<float>(signalStrength.value());
-    const auto& gain = rxMuteBlocks_ < kFrozenBlocks ? rxagc.value() : txagc.value();
-    const buff<float> out = passed(gain, std::move(audio), muting, level);
+    const bool reducing = mode_->rnnoise.value();
+    buff<float> out = rxMuteBlocks_ < kFrozenBlocks
+                          ? passed(rxagc.value(), std::move(audio), muting, level, !reducing)
+                          : passed(txagc.value(), std::move(audio), muting, level);
+    if (reducing)
+        out = reduceNoise(std::move(out), muting, level);
     audioOut_.write(out, useResampler.value(), stereo);
     if (SendAudio.value() && newAudio.bound()) {
         buff<float> copy(out.size());
         out.copy(copy);
         newAudio.send(copy);
     }
+}
+
+// The gain behind the noise reduction brings back the level that it took; the volume waits until there.
+buff<float> vtrx::reduceNoise(buff<float> audio, bool hold, float level) {
+    if (!denoiser_) {
+        denoiser_ = std::make_unique<DenoiseState>();
+        denoiseBuffer_ = buff<float>(kBlock, 0.0f);
+    }
+    const auto squelch = static_cast<float>(mode_->rnnoiseSquelch.value());
+    const auto process = [&](std::span<float> block) {
+        for (float& x : block)
+            x *= kDenoiseScale;
+        rnnoise_process_frame(denoiser_.get(), block.data(), block.data(), squelch);
+        for (float& x : block)
+            x *= kDenoiseBack;
+    };
+    if (audio.size() == static_cast<std::size_t>(kBlock)) {
+        process(audio.span());
+    } else {
+        // Each sample takes the place of one that has been through.
+        for (float& x : audio) {
+            std::swap(x, denoiseBuffer_[static_cast<std::size_t>(denoisePos_)]);
+            if (++denoisePos_ == kBlock) {
+                process(denoiseBuffer_.span());
+                denoisePos_ = 0;
+            }
+        }
+    }
+    if (!modeAgc_ || !rxagc.value())
+        return audio;
+    const agc& settings = *rxagc.value();
+    modeAgc_->Attack.set(settings.Attack.value());
+    modeAgc_->Decay.set(settings.Decay.value());
+    modeAgc_->Hang.set(settings.Hang.value());
+    modeAgc_->Volume.set(settings.Volume.value());
+    modeAgc_->MaxGain.set(kDenoiseMaxGain);
+    return modeAgc_->process(std::move(audio), hold, true, level);
 }
 
 // Demodulation goes on during a transmission, inaudibly unless txagc has volume.

@@ -27,11 +27,13 @@ FERROW_API void modDemod_setrxFreq(void* handle, int value);
 FERROW_API void modDemod_bindtxFreq(void* handle, void (*callback)(int value));
 FERROW_API void modDemod_settxFreq(void* handle, int value);
 
-/* rnnoiseSquelch: percent, default 80; how much of the noise reduction's gains is kept. */
+/* rnnoiseSquelch: percent, default 80; how much of the noise reduction's gains is kept: 100 all that it takes away,
+ * 0 nothing. Values beyond these bounds count as the nearer one, and as 100 if it is no number. */
 FERROW_API void modDemod_bindrnnoiseSquelch(void* handle, void (*callback)(double value));
 FERROW_API void modDemod_setrnnoiseSquelch(void* handle, double value);
 
-/* rnnoise: default false; noise reduction. Without effect in this version. */
+/* rnnoise: default false; a neural network takes noise out of the received voice, a block of 512 samples later. The gain
+ * control behind it takes times and volume from the transceiver's rxagc and amplifies by up to 10 dB. */
 FERROW_API void modDemod_bindrnnoise(void* handle, void (*callback)(bool value));
 FERROW_API void modDemod_setrnnoise(void* handle, bool value);
 

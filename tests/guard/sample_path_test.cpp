@@ -110,6 +110,13 @@ TEST_F(SamplePath, AZoomedSpectrumAsksForNothing) {
     check(std::make_shared<ssbModDemod>(rootSyncTask), 192000, true, 8);
 }
 
+TEST_F(SamplePath, NoiseReductionAsksForNothing) {
+    auto mode = std::make_shared<ssbModDemod>(rootSyncTask);
+    mode->rnnoise.set(true);
+    check(mode, 48000, false);
+    check(mode, 384000, false);
+}
+
 // A host's callbacks: the value itself costs nothing, the copies of events come from the pool.
 TEST_F(SamplePath, BoundScalarsAskForNothing) {
     auto t = listen(14100000, std::make_shared<ssbModDemod>(rootSyncTask));

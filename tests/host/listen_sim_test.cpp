@@ -82,6 +82,28 @@ TEST(ListenSim, WritesTheTonesThatAreOnTheAir) {
     EXPECT_NE(outcome.output.find("14.200.000 usb"), std::string::npos) << outcome.output;
 }
 
+// Noise as strong as the gain control makes it, less what the reduction takes away and what the gain behind
+// it, 10 dB at most, brings back.
+TEST(ListenSim, TakesNoiseAway) {
+    SimulatedRadio radio("127.62.0.5");
+    const auto level = [](std::vector<std::string> more) {
+        const TemporaryFolder folder;
+        std::vector<std::string> arguments{"listen", "--radio", "127.62.0.5", "--tune", "14.3M:usb",
+                                           "--wav",  folder.path(), "--duration", "3"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Outcome outcome = runFerrow(arguments);
+        EXPECT_EQ(outcome.code, 0) << outcome.output;
+        const Sound sound = readWav(folder.file("14300000_usb.wav"));
+        double power = 0;
+        for (std::size_t i = sound.samples.size() / 2; i < sound.samples.size(); ++i)
+            power += static_cast<double>(sound.samples[i]) * sound.samples[i];
+        return 10 * std::log10(power / static_cast<double>(sound.samples.size() / 2) + 1e-20);
+    };
+    const double plain = level({}), all = level({"--nr", "100"}), none = level({"--nr", "0"});
+    EXPECT_LT(all, plain - 6);
+    EXPECT_NEAR(none, plain, 3);
+}
+
 TEST(ListenSim, TellsSignalStrengthsAsJson) {
     SimulatedRadio radio("127.62.0.2");
     const Outcome outcome = runFerrow({"listen", "--radio", "127.62.0.2", "--tune", "14.2M:usb", "--tune",

@@ -9,7 +9,7 @@ using namespace ferrow::test;
 
 TEST(HostProgram, HelpIsEverywhere) {
     EXPECT_EQ(runFerrow({"--help"}).code, 0);
-    for (const char* command : {"discover", "devices", "listen", "ft8", "talk", "tune", "demo"}) {
+    for (const char* command : {"discover", "devices", "listen", "ft8", "talk", "tune", "denoise", "demo"}) {
         const Outcome help = runFerrow({command, "--help"});
         EXPECT_EQ(help.code, 0) << command;
         EXPECT_NE(help.output.find("Usage"), std::string::npos) << command;
@@ -36,6 +36,8 @@ TEST(HostProgram, WrongCommandLinesEndWithTwo) {
         {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--device", "loud"},
         {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--duration", "-3"},
         {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--gain", "much"},
+        {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--nr", "101"},
+        {"listen", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--nr", "much"},
         {"ft8"},
         {"ft8", "--radio", "127.61.1.1"},
         {"ft8", "--radio", "127.61.1.1", "--band", "11m"},
@@ -61,6 +63,18 @@ TEST(HostProgram, WrongCommandLinesEndWithTwo) {
         {"talk", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--json"},
         {"talk", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--ptt", "1", "--microphone", "loud"},
         {"talk", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--wav", "a.wav", "--microphone", "1"},
+        {"listen", "--radio", "wss://127.0.0.1/iq", "--tune", "14.2M:usb"},
+        {"listen", "--radio", "foo://127.0.0.1", "--tune", "14.2M:usb"},
+        {"listen", "--radio", "ws://127.0.0.1/iq?name=x", "--tune", "14.2M:usb"},
+        {"listen", "--radio", "ws://127.0.0.1/iq", "--tune", "14.2M:usb", "--rate", "192"},
+        {"listen", "--radio", "ws://127.0.0.1/iq", "--tune", "14.2M:usb", "--gain", "10"},
+        {"listen", "--radio", "sdrplay://", "--tune", "14.2M:usb", "--rate", "192"},
+        {"listen", "--radio", "hpsdr2://127.61.1.1", "--tune", "14.2M:usb", "--rate", "2000"},
+        {"listen", "--radio", "hpsdr://127.61.1.1", "--tune", "14.2M:usb", "--rate", "768"},
+        {"tune", "--radio", "sdrplay://", "--frequency", "14.2M"},
+        {"talk", "--radio", "ws://127.0.0.1/iq", "--tune", "14.2M:usb", "--ptt", "1"},
+        {"send", "--radio", "hpsdr2://127.61.1.1", "--mode", "cw", "--tune", "14.03M", "CQ"},
+        {"ft8", "--radio", "sdrplay://", "--band", "20m", "--send", "CQ K1ABC FN42"},
         {"demo", "--loud"},
     };
     for (const auto& arguments : wrong) {
