@@ -13,6 +13,7 @@ endif()
 
 option(FERROW_TESTS "Build the tests" ON)
 option(FERROW_BENCH "Build the benches" ON)
+option(FERROW_FUZZ "Build the fuzz targets for libFuzzer; needs clang" OFF)
 option(FERROW_WERROR "Treat warnings as errors" ON)
 set(FERROW_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
 

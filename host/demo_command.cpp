@@ -92,7 +92,8 @@ public:
         watchInterrupts();
         const RecordingFolder recordings("");
         SlotDecoder ft8(SlotMode::Ft8, true), ft4(SlotMode::Ft4, true);
-        RadioSession session(library, findRadio(address), {kSampleRate, std::nullopt, false});
+        RadioSession session(library, findRadio({RadioKind::Hpsdr, address, 0}),
+                             {kSampleRate, std::nullopt, false});
         addSlots(session, SlotMode::Ft8, recordings, ft8);
         addSlots(session, SlotMode::Ft4, recordings, ft4);
         addVoices(library, session);

@@ -22,11 +22,14 @@ using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
 constexpr auto kRepeat = 250ms;
-constexpr std::size_t kShortestReply = 11;
+constexpr auto kHintTime = 300ms;
+constexpr std::size_t kShortestReply = 11, kShortestReply2 = 21;
 
 // Places in the reply.
 constexpr std::size_t kStatus = 2, kMac = 3, kFirmware = 9, kBoard = 10, kReceivers = 0x13, kMinor = 0x15;
 constexpr std::uint8_t kIdle = 2, kRunning = 3;
+// The same in a reply of the second protocol, which begins with a sequence number of 0.
+constexpr std::size_t kStatus2 = 4, kMac2 = 5, kBoard2 = 11, kFirmware2 = 13, kReceivers2 = 20;
 
 struct Board {
     int id;
@@ -37,10 +40,16 @@ constexpr Board kBoards[] = {
     {0, "Metis", 4}, {1, "Hermes", 4},      {2, "Griffin", 2},     {4, "Angelia", 7},
     {5, "Orion", 7}, {6, "Hermes-Lite", 4}, {7, "Hermes-Lite", 4}, {10, "Orion 2", 7},
 };
+// The second protocol counts otherwise.
+constexpr Board kBoards2[] = {
+    {0, "Atlas", 4}, {1, "Hermes", 4},  {2, "Hermes II", 2},   {3, "Angelia", 7},
+    {4, "Orion", 7}, {5, "Orion 2", 7}, {6, "Hermes-Lite", 4}, {10, "Saturn", 10},
+};
 constexpr int kMostReceivers = 12;
 
-const Board* boardOf(int id) {
-    for (const Board& board : kBoards)
+const Board* boardOf(RadioKind kind, int id) {
+    const auto boards = kind == RadioKind::HpsdrNp ? std::span<const Board>(kBoards2) : kBoards;
+    for (const Board& board : boards)
         if (board.id == id)
             return &board;
     return nullptr;
@@ -124,9 +133,13 @@ std::string FoundRadio::firmwareText() const {
 }
 
 const char* FoundRadio::boardName() const {
+    if (kind == RadioKind::SdrPlay)
+        return model.empty() ? "unknown" : model.c_str();
+    if (kind == RadioKind::WsProxy)
+        return "websocket proxy";
     if (hermesLite2())
         return "Hermes-Lite 2";
-    const Board* known = boardOf(board);
+    const Board* known = boardOf(kind, board);
     return known ? known->name : "unknown";
 }
 
@@ -134,8 +147,39 @@ std::array<std::uint8_t, 63> discoveryRequest() {
     return {0xEF, 0xFE, 0x02};
 }
 
+std::array<std::uint8_t, 60> discoveryRequest2() {
+    std::array<std::uint8_t, 60> request{};
+    request[4] = 0x02;
+    return request;
+}
+
+namespace {
+
+std::optional<FoundRadio> readReply2(std::span<const std::uint8_t> datagram, const std::string& from) {
+    if (datagram.size() < kShortestReply2 ||
+        std::any_of(datagram.begin(), datagram.begin() + kStatus2, [](auto byte) { return byte != 0; }) ||
+        (datagram[kStatus2] != kIdle && datagram[kStatus2] != kRunning))
+        return std::nullopt;
+    FoundRadio radio;
+    radio.kind = RadioKind::HpsdrNp;
+    radio.address = from;
+    radio.running = datagram[kStatus2] == kRunning;
+    std::copy_n(datagram.begin() + kMac2, radio.mac.size(), radio.mac.begin());
+    radio.firmware = datagram[kFirmware2];
+    radio.board = datagram[kBoard2];
+    if (const Board* known = boardOf(radio.kind, radio.board))
+        radio.receivers = known->receivers;
+    if (datagram[kReceivers2] > 0)
+        radio.receivers = std::min<int>(datagram[kReceivers2], kMostReceivers);
+    return radio;
+}
+
+} // namespace
+
 std::optional<FoundRadio> readDiscoveryReply(std::span<const std::uint8_t> datagram,
                                              const std::string& from) {
+    if (!datagram.empty() && datagram[0] == 0)
+        return readReply2(datagram, from);
     if (datagram.size() < kShortestReply || datagram[0] != 0xEF || datagram[1] != 0xFE ||
         (datagram[kStatus] != kIdle && datagram[kStatus] != kRunning))
         return std::nullopt;
@@ -145,7 +189,7 @@ std::optional<FoundRadio> readDiscoveryReply(std::span<const std::uint8_t> datag
     std::copy_n(datagram.begin() + kMac, radio.mac.size(), radio.mac.begin());
     radio.firmware = datagram[kFirmware];
     radio.board = datagram[kBoard];
-    if (const Board* known = boardOf(radio.board))
+    if (const Board* known = boardOf(radio.kind, radio.board))
         radio.receivers = known->receivers;
     if (radio.hermesLite2() && datagram.size() > kMinor) {
         radio.firmwareMinor = datagram[kMinor];
@@ -163,21 +207,27 @@ std::vector<FoundRadio> discoverRadios(const DiscoveryOptions& options) {
         addBroadcasts(targets);
     const UdpSocket socket;
     const auto request = discoveryRequest();
-    std::map<std::uint32_t, FoundRadio> found; // by address
+    const auto request2 = discoveryRequest2();
+    std::map<std::pair<std::uint32_t, RadioKind>, FoundRadio> found;
     const auto complete = [&] { return !options.broadcast && found.size() >= options.addresses.size(); };
+    const auto wanted = [&](RadioKind kind) { return options.only.value_or(kind) == kind; };
     const auto end = Clock::now() + options.timeout;
     for (auto next = Clock::now(); !complete() && !interrupted();) {
         const auto now = Clock::now();
         if (now >= end)
             break;
         if (now >= next) {
-            for (const in_addr target : targets)
-                socket.send(target, request);
+            for (const in_addr target : targets) {
+                if (wanted(RadioKind::Hpsdr))
+                    socket.send(target, request);
+                if (wanted(RadioKind::HpsdrNp))
+                    socket.send(target, request2);
+            }
             next += kRepeat;
         }
         const auto wait = std::chrono::ceil<std::chrono::milliseconds>(std::min(next, end) - now);
-        if (auto radio = socket.receive(wait))
-            found[ntohl(parseAddress(radio->address).s_addr)] = *radio;
+        if (auto radio = socket.receive(wait); radio && wanted(radio->kind))
+            found[{ntohl(parseAddress(radio->address).s_addr), radio->kind}] = *radio;
     }
     std::vector<FoundRadio> list;
     for (auto& [key, radio] : found)
@@ -185,14 +235,27 @@ std::vector<FoundRadio> discoverRadios(const DiscoveryOptions& options) {
     return list;
 }
 
-FoundRadio findRadio(const std::string& address, std::chrono::milliseconds timeout) {
-    const auto list = discoverRadios({{address}, false, timeout});
-    for (const FoundRadio& radio : list)
-        if (radio.address == address)
-            return radio;
+FoundRadio findRadio(const RadioAddress& address, std::chrono::milliseconds timeout) {
+    FoundRadio radio;
+    radio.kind = address.kind;
+    radio.address = address.place;
+    radio.remoteId = address.remoteId;
+    if (address.kind != RadioKind::Hpsdr && address.kind != RadioKind::HpsdrNp)
+        return radio;
+    const auto ask = [&](RadioKind kind, std::chrono::milliseconds limit) {
+        auto list = discoverRadios({{address.place}, false, limit, kind});
+        std::erase_if(list, [&](const FoundRadio& one) { return one.address != address.place; });
+        return list;
+    };
+    if (const auto list = ask(address.kind, timeout); !list.empty())
+        return list.front();
+    const auto other = address.kind == RadioKind::Hpsdr ? RadioKind::HpsdrNp : RadioKind::Hpsdr;
+    if (const auto list = ask(other, std::min(timeout, std::chrono::milliseconds(kHintTime))); !list.empty())
+        throw Failure(fmt::format("the radio at {} is {}: --radio {}", address.place, traitsOf(other).name,
+                                  list.front().url()));
     throw Failure(fmt::format("no radio answers at {}: is it on, and is the address right? "
                               "`ferrow discover` lists the radios that answer",
-                              address));
+                              address.place));
 }
 
 } // namespace ferrow

@@ -238,8 +238,9 @@ int receiveSlots(const Options& options) {
         if (dials.size() > 1)
             throw UsageError("--send takes one --band or --dial frequency");
     }
+    const RadioAddress address = options.radio.address(sending.has_value());
     const RecordingFolder folder(options.keep);
-    const FoundRadio found = findRadio(options.radio.address);
+    const FoundRadio found = findRadio(address);
     std::optional<TransmitGuard> guard;
     if (sending)
         guard.emplace(found.address, options.transmit.watchdog());
@@ -301,7 +302,7 @@ void addFt8Command(CLI::App& program, Action& chosen) {
         chosen = [options] {
             if (!options->files.empty())
                 return decodeFiles(*options);
-            if (options->radio.address.empty())
+            if (options->radio.radio.empty())
                 throw UsageError("give a --radio, or files to decode");
             return receiveSlots(*options);
         };

@@ -8,6 +8,7 @@
 #include <ferrowcore/wireless.h>
 #include <filesystem>
 #include <fmt/format.h>
+#include <fstream>
 #include <unistd.h>
 
 namespace ferrow {
@@ -20,7 +21,8 @@ constexpr auto kPumpPause = 5ms;
 
 } // namespace
 
-Library::Library(const LibraryOptions& options) : logFile_(options.logFile) {
+Library::Library(const LibraryOptions& options)
+    : logFile_(options.logFile), keepLog_(options.keepLog), verbose_(options.verbose) {
     if (logFile_.empty()) {
         ownLog_ = true;
         logFile_ = (fs::temp_directory_path() / fmt::format("ferrow-{}.log", getpid())).string();
@@ -36,6 +38,8 @@ Library::Library(const LibraryOptions& options) : logFile_(options.logFile) {
             std::this_thread::sleep_for(kPumpPause);
         }
     });
+    if (!options.sound)
+        return;
     // Back ends of the sound system report on every device that they fail to open.
     const QuietStream quiet(stderr, !options.verbose);
     wireless_ = Object(Wireless_create());
@@ -49,10 +53,19 @@ Library::~Library() {
     std::error_code error;
     if (!ownLog_)
         return;
-    if (fs::file_size(logFile_, error) == 0 && !error)
+    if (!keepLog_ || (fs::file_size(logFile_, error) == 0 && !error))
         fs::remove(logFile_, error);
     else if (!error)
         fmt::print(stderr, "ferrow: the library's log is in {}\n", logFile_);
+}
+
+std::vector<std::string> Library::logLines(std::string_view words) const {
+    std::vector<std::string> found;
+    std::ifstream file(logFile_);
+    for (std::string line; std::getline(file, line);)
+        if (const auto place = line.find(words); place != std::string::npos)
+            found.push_back(line.substr(place + words.size()));
+    return found;
 }
 
 void Library::pump() {

@@ -6,13 +6,17 @@
 #include <chrono>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <thread>
+#include <vector>
 
 namespace ferrow {
 
 struct LibraryOptions {
     std::string logFile;  // empty: a file in the temporary folder, removed at the end if nothing was logged
     bool verbose = false; // log from level info on, and let audio back ends talk on stderr
+    bool sound = true;    // look for sound devices
+    bool keepLog = true;  // the file in the temporary folder, if something has been logged
 };
 
 // Made once in a process. The thread that makes it owns all objects, and is the one that pumps getUpdates: no
@@ -40,7 +44,12 @@ public:
     // Pumps until no more than `kept` objects are left (see liveObjects). False if there are after the limit.
     bool settle(int kept, std::chrono::milliseconds limit = std::chrono::seconds(5));
 
-    // The application object.
+    bool verbose() const { return verbose_; }
+
+    // What stands behind `words` in the lines of the log that have them; errors are in it at once.
+    std::vector<std::string> logLines(std::string_view words) const;
+
+    // The application object; empty without sound.
     Object& wireless() { return wireless_; }
 
 private:
@@ -48,6 +57,8 @@ private:
 
     std::string logFile_;
     bool ownLog_ = false;
+    bool keepLog_ = true;
+    bool verbose_ = false;
     std::jthread renderer_;
     Object wireless_;
 };

@@ -75,9 +75,10 @@ public:
           waterfall_(terminalColumns()) {}
 
     int run() {
+        const RadioAddress address = options_.radio.address();
         AudioChoice audio = readDevice(options_);
         openFiles();
-        const FoundRadio found = findRadio(options_.radio.address);
+        const FoundRadio found = findRadio(address);
         Library library(options_.radio.library);
         if (audio.kind != AudioChoice::Kind::None)
             audio = listAudioDevices(library).usableOutput(audio);

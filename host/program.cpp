@@ -6,8 +6,10 @@
 namespace ferrow {
 
 int runFerrow(int argc, const char* const* argv) {
-    CLI::App program{"Receives and transmits amateur radio with a network radio of the first HPSDR protocol",
-                     "ferrow"};
+    CLI::App program{
+        "Receives and transmits amateur radio with HPSDR radios, and receives with SDRplay receivers and\n"
+        "receivers behind a websocket",
+        "ferrow"};
     program.require_subcommand(1);
     program.footer("ferrow COMMAND --help tells more.\n"
                    "Exit codes: 0 done, 1 something failed, 2 the command line is wrong.");

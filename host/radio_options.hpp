@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/library.hpp"
+#include "host/radio_address.hpp"
 #include "host/radio_session.hpp"
 
 #include <CLI/CLI.hpp>
@@ -9,13 +10,16 @@
 namespace ferrow {
 
 struct RadioArguments {
-    std::string address;
-    int rateKhz = 192;
+    std::string radio; // as given
+    std::optional<int> rateKhz;
     std::optional<int> gain;
     bool takeOver = false;
     LibraryOptions library;
 
-    RadioOptions session() const { return {rateKhz * 1000, gain, takeOver}; }
+    // Where the radio is. Throws UsageError if that cannot be read, or if its kind cannot do what is asked of
+    // it; nothing has been opened by then.
+    RadioAddress address(bool transmit = false) const;
+    RadioOptions session() const;
 };
 
 // Returns the option --radio.

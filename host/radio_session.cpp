@@ -2,11 +2,14 @@
 
 #include "host/failure.hpp"
 #include "host/interrupt.hpp"
+#include "host/sdrplay_devices.hpp"
 
 #include <algorithm>
 #include <ferrowcore/hpsdr.h>
 #include <ferrowcore/radio.h>
+#include <ferrowcore/vtrx.h>
 #include <fmt/format.h>
+#include <utility>
 
 namespace ferrow {
 namespace {
@@ -14,56 +17,35 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kPatience = 3s; // without samples
-
-// Boards with a plain attenuator in place of an amplifier of variable gain.
-constexpr int kAttenuatorMin = -31, kAttenuatorMax = 0;
-constexpr int kAmplifierMin = -12, kAmplifierMax = 48;
+constexpr auto kFarewell = 500ms;
 
 } // namespace
 
 RadioSession::RadioSession(Library& library, const FoundRadio& radio, const RadioOptions& options)
-    : library_(library), found_(radio) {
+    : library_(library), found_(radio), strengthAbove_(strengthAbove(radio.kind, options.sampleRate)) {
     if (radio.running && !options.takeOver)
         throw Failure(fmt::format(
             "the radio at {} serves another program; --take-over starts it all the same", radio.address));
-    const int low = found_.hermesLite() ? kAmplifierMin : kAttenuatorMin;
-    const int high = found_.hermesLite() ? kAmplifierMax : kAttenuatorMax;
-    if (options.gain && (*options.gain < low || *options.gain > high))
-        throw UsageError(fmt::format("the gain of this radio lies between {} and {} dB", low, high));
-    radio_ = Object(HpsdrRadio_create());
-    radio_.bind(HpsdrRadio_bindep6SeqErrors, [this](int value) { sequenceErrors_ = value; });
-    radio_.bind(HpsdrRadio_bindadcOvl, [this](bool value) { adcOverload_ = value; });
+    if (found_.kind == RadioKind::SdrPlay)
+        found_ = findSdrplayDevice(library, radio.address);
+    if (found_.kind == RadioKind::SdrPlay || found_.kind == RadioKind::WsProxy)
+        words_.emplace(library.verbose());
+    radio_ = makeRadio(found_, options);
+    bindHealth(
+        radio_, found_.kind, [this](int value) { sequenceErrors_ = value; },
+        [this](bool value) { adcOverload_ = value; });
     radio_.bind(Radio_bindptt, [this](bool value) { keyed_ = value; });
     radio_.bind(Radio_bindreceivedPackets, [this](int value) {
         if (value > 0)
             lastPackets_ = Transceiver::Clock::now();
     });
-    bindReadings();
+    if (found_.kind == RadioKind::Hpsdr)
+        bindReadings();
     radio_.bind(Radio_bindvtrxAdded, [this](void* vtrx, long long, int, int) { arrived_ = vtrx; });
-    configure(options);
 }
 
 RadioSession::~RadioSession() {
     stop();
-}
-
-void RadioSession::configure(const RadioOptions& options) {
-    void* radio = radio_.get();
-    HpsdrRadio_setipAddress(radio, found_.address.c_str());
-    HpsdrRadio_setMac(radio, found_.macText().c_str());
-    HpsdrRadio_setTypeID(radio, found_.board);
-    HpsdrRadio_setFwVersion(radio, found_.firmware);
-    HpsdrRadio_setHLiteGain(radio, found_.hermesLite() && !found_.hermesLite2());
-    HpsdrRadio_setHLite2Gain(radio, found_.hermesLite2());
-    if (!found_.hermesLite()) {
-        HpsdrRadio_setminRxRFGain(radio, kAttenuatorMin);
-        HpsdrRadio_setmaxRxRFGain(radio, kAttenuatorMax);
-        HpsdrRadio_setrxGain(radio, 0);
-    }
-    if (options.gain)
-        HpsdrRadio_setrxGain(radio, *options.gain);
-    Radio_setmaxHwReceivers(radio, found_.receivers);
-    Radio_setSampleRate(radio, options.sampleRate);
 }
 
 void RadioSession::bindReadings() {
@@ -91,25 +73,48 @@ void RadioSession::setPower(const TransmitPower& power) {
 
 Transceiver& RadioSession::add(long long vfo) {
     arrived_ = nullptr;
-    Radio_addVtrx(radio_.get(), vfo, 0, 0);
+    // The first start of a websocket radio makes a transceiver, and takes none that is there before.
+    if (found_.kind == RadioKind::WsProxy && transceivers_.empty())
+        startOnce();
+    else
+        Radio_addVtrx(radio_.get(), vfo, 0, 0);
     if (!library_.pumpUntil([this] { return arrived_ != nullptr; }, kPatience))
         throw Failure(interrupted() ? "interrupted" : "the library makes no transceiver; see its log");
-    transceivers_.push_back(std::make_unique<Transceiver>(arrived_, vfo));
+    transceivers_.push_back(std::make_unique<Transceiver>(arrived_, vfo, strengthAbove_));
     Transceiver& made = *transceivers_.back();
+    if (found_.kind == RadioKind::WsProxy)
+        vtrx_setvfo(arrived_, vfo);
     if (!library_.pumpUntil([&] { return made.ready(); }, kPatience))
         throw Failure(interrupted() ? "interrupted" : "the library gives no gain control; see its log");
     return made;
 }
 
+void RadioSession::startOnce() {
+    if (!std::exchange(started_, true))
+        Radio_start(radio_.get());
+}
+
+std::string RadioSession::complaint() const {
+    const std::string words = words_ ? words_->complaint() : "";
+    return words.empty() ? "" : ": " + words;
+}
+
 void RadioSession::start() {
     const auto began = Transceiver::Clock::now();
-    started_ = true;
     for (const auto& transceiver : transceivers_)
         transceiver->start();
-    Radio_start(radio_.get());
+    startOnce();
     if (!library_.pumpUntil([&] { return samplesSince(began); }, kPatience) && !interrupted())
-        throw Failure(
-            fmt::format("no samples from the radio at {} within {} s", found_.address, kPatience.count()));
+        throw Failure(fmt::format("no samples from the radio at {} within {} s{}", place(), kPatience.count(),
+                                  complaint()));
+    // Only now is the receiver's number at the server known: what was tuned before has gone nowhere.
+    if (found_.kind == RadioKind::WsProxy)
+        for (const auto& transceiver : transceivers_)
+            transceiver->retune();
+}
+
+std::string RadioSession::place() const {
+    return found_.kind == RadioKind::Hpsdr ? found_.address : found_.url();
 }
 
 bool RadioSession::samplesSince(Transceiver::Clock::time_point time) const {
@@ -121,7 +126,7 @@ void RadioSession::checkSamples() const {
     // While it transmits there is no sound, only packets.
     const auto since = Transceiver::Clock::now() - kPatience;
     if (!samplesSince(since) && !(lastPackets_ && *lastPackets_ >= since))
-        throw Failure(fmt::format("the radio at {} has stopped sending", found_.address));
+        throw Failure(fmt::format("the radio at {} has stopped sending{}", place(), complaint()));
 }
 
 void RadioSession::halt() {
@@ -133,6 +138,9 @@ void RadioSession::stop() {
     if (!radio_)
         return;
     halt();
+    // The server hears of the end before the radio goes; one that is silent is not waited for.
+    if (found_.kind == RadioKind::WsProxy && started_)
+        library_.pumpThrough([this] { return words_->connectionClosed(); }, kFarewell);
     for (const auto& transceiver : transceivers_)
         transceiver->remove();
     library_.pump();

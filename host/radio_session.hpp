@@ -3,6 +3,8 @@
 
 #include "host/discovery.hpp"
 #include "host/library.hpp"
+#include "host/library_words.hpp"
+#include "host/radio_kinds.hpp"
 #include "host/transceiver.hpp"
 
 #include <memory>
@@ -11,12 +13,6 @@
 #include <vector>
 
 namespace ferrow {
-
-struct RadioOptions {
-    int sampleRate = 192000;
-    std::optional<int> gain; // RF gain, dB; nothing: the library's
-    bool takeOver = false;   // start it even if it serves another host
-};
 
 // How strongly a radio transmits.
 struct TransmitPower {
@@ -37,7 +33,7 @@ struct TransmitReadings {
 
 class RadioSession {
 public:
-    // Throws Failure if the radio serves another host already.
+    // Throws Failure if the radio serves another host already, or an API does not know it.
     RadioSession(Library& library, const FoundRadio& radio, const RadioOptions& options);
     // Stops, if that has not been done.
     ~RadioSession();
@@ -71,12 +67,17 @@ public:
     const std::vector<std::unique_ptr<Transceiver>>& transceivers() const { return transceivers_; }
 
 private:
-    void configure(const RadioOptions& options);
     void bindReadings();
+    void startOnce();
+    // ": connect: Connection refused" or the like, if the library has said so.
+    std::string complaint() const;
+    std::string place() const; // for messages
     bool samplesSince(Transceiver::Clock::time_point time) const;
 
     Library& library_;
+    std::optional<LibraryWords> words_; // for the kinds that speak on the standard output
     FoundRadio found_;
+    double strengthAbove_;       // dB
     int before_ = liveObjects(); // those of others, such as items of the device lists
     int sequenceErrors_ = 0;
     bool adcOverload_ = false;

@@ -63,7 +63,8 @@ int sendText(const Options& options) {
     const TextMode& mode = textMode(options.mode);
     checkText(mode, options.text);
     const long long vfo = parseFrequency(options.tune) - mode.sendAt;
-    const FoundRadio found = findRadio(options.radio.address);
+    const RadioAddress address = options.radio.address(true);
+    const FoundRadio found = findRadio(address);
     TransmitGuard guard(found.address, options.transmit.watchdog());
     Library library(options.radio.library);
     watchInterrupts();

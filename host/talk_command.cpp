@@ -210,6 +210,7 @@ int talk(const Options& options) {
     const Tuning tuning = parseTuning(options.tune);
     if (tuning.mode == Mode::Cw)
         throw UsageError("voice is sent in usb, lsb, am or fm");
+    const RadioAddress address = options.radio.address(true);
     AudioChoice output = parseAudioChoice(options.device.empty() && !options.wav.empty() ? "none"
                                           : options.device.empty()                       ? "default"
                                                                                          : options.device);
@@ -217,7 +218,7 @@ int talk(const Options& options) {
     std::optional<SoundLoop> sound;
     if (!options.wav.empty())
         sound.emplace(options.wav);
-    const FoundRadio found = findRadio(options.radio.address);
+    const FoundRadio found = findRadio(address);
     TransmitGuard guard(found.address, options.transmit.watchdog());
     Library library(options.radio.library);
     const AudioDevices devices = listAudioDevices(library);

@@ -109,8 +109,9 @@ int readText(const Options& options) {
         throw UsageError("--json is not for rtty: the library itself prints what it reads");
     const long long frequency = parseFrequency(options.tune);
     const long long vfo = frequency - mode.receiveAt;
-    const FoundRadio found = findRadio(options.radio.address);
+    const RadioAddress address = options.radio.address();
     AudioChoice audio = parseAudioChoice(options.device);
+    const FoundRadio found = findRadio(address);
     Library library(options.radio.library);
     if (audio.kind != AudioChoice::Kind::None)
         audio = listAudioDevices(library).usableOutput(audio);

@@ -18,9 +18,11 @@ constexpr int kNoOutput = -1, kNoMicrophone = 0;
 
 } // namespace
 
-Transceiver::Transceiver(void* handle, long long vfo) : vfo_(vfo), vtrx_(handle) {
+Transceiver::Transceiver(void* handle, long long vfo, double strengthAbove) : vfo_(vfo), vtrx_(handle) {
     vtrx_.bind(vtrx_bindrxagc, [this](void* item) { agc_ = Object(item); });
-    vtrx_.bind(vtrx_bindsignalStrength, [this](double value) { strength_ = value + kStrengthOffset; });
+    vtrx_.bind(vtrx_bindsignalStrength, [this, offset = kStrengthOffset - strengthAbove](double value) {
+        strength_ = value + offset;
+    });
     vtrx_.bind(vtrx_bindTuningValid, [this](bool value) { tuningValid_ = value; });
     vtrx_.bind(vtrx_bindptt, [this](bool value) { ptt_ = value; });
     vtrx_.bind(vtrx_bindmicLevel, [this](double value) { microphoneLevel_ = value; });
@@ -39,8 +41,7 @@ void Transceiver::setMode(Object mode, int low, int high) {
     mode_ = std::move(mode);
     vtrx_setModulation(vtrx_.get(), mode_.get());
     vtrx_setRxFilter(vtrx_.get(), low, high);
-    // The receivers were shared out for the filter that a new transceiver has.
-    vtrx_setRxFrequency(vtrx_.get(), vfo_);
+    retune(); // the receivers were shared out for the filter that a new transceiver has
 }
 
 // A muted transceiver has no microphone either. What is left alone is the system's own device.
@@ -109,6 +110,10 @@ void Transceiver::start() {
             takeSpectrum(array, low, high, rate);
         });
     vtrx_start(vtrx_.get());
+}
+
+void Transceiver::retune() {
+    vtrx_setRxFrequency(vtrx_.get(), vfo_);
 }
 
 void Transceiver::remove() {

@@ -23,7 +23,8 @@ public:
     using Clock = std::chrono::steady_clock;
 
     // Takes over the handle that vtrxAdded brought. Silent, and without a mode, until told otherwise.
-    explicit Transceiver(void* handle, long long vfo);
+    // `strengthAbove`: dB to take off the library's signal strength.
+    Transceiver(void* handle, long long vfo, double strengthAbove = 0);
     Transceiver(const Transceiver&) = delete;
     Transceiver& operator=(const Transceiver&) = delete;
 
@@ -61,6 +62,8 @@ public:
     std::function<void(const Spectrum&)> onSpectrum;
 
     void start();
+    // Asks the radio for its frequency once more.
+    void retune();
     // Takes it off the radio.
     void remove();
     // Gives all handles back. The callbacks may still come until the library calls Deleted.

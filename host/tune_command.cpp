@@ -70,7 +70,8 @@ void sendCarrier(const Options& options, Library& library, Transmitter& transmit
 
 int tune(const Options& options) {
     const long long frequency = parseFrequency(options.frequency);
-    const FoundRadio found = findRadio(options.radio.address);
+    const RadioAddress address = options.radio.address(true);
+    const FoundRadio found = findRadio(address);
     TransmitGuard guard(found.address, options.transmit.watchdog());
     Library library(options.radio.library);
     watchInterrupts();

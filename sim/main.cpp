@@ -1,6 +1,8 @@
 #include "sim/decibel.hpp"
 #include "sim/options.hpp"
+#include "sim/radio/np_radio.hpp"
 #include "sim/scene/build_sky.hpp"
+#include "sim/websocket/proxy_server.hpp"
 
 #include <csignal>
 #include <fmt/format.h>
@@ -26,28 +28,12 @@ double cpuSeconds() {
     return seconds(use.ru_utime) + seconds(use.ru_stime);
 }
 
-using Radios = std::vector<std::unique_ptr<Radio>>;
+using Radios = std::vector<std::unique_ptr<AnyRadio>>;
 
 void writeStatistics(const std::string& path, const Radios& radios, double upSeconds) {
     nlohmann::json list = nlohmann::json::array();
     for (const auto& radio : radios) {
-        nlohmann::json one = radio->statistics();
-        const ControlState c = radio->control();
-        one["address"] = radio->address();
-        one["port"] = radio->port();
-        one["streaming"] = radio->streaming();
-        std::vector<std::uint32_t> frequencies(c.rxFrequency.begin(), c.rxFrequency.begin() + c.receivers);
-        one["control"] = {{"rate", c.rate},
-                          {"receivers", c.receivers},
-                          {"rx_frequency", frequencies},
-                          {"tx_frequency", c.txFrequency},
-                          {"ptt", c.ptt},
-                          {"drive", c.drive},
-                          {"filter", c.filterWord},
-                          {"gain_byte", c.gainByte},
-                          {"gain_db", c.lnaGainDb()},
-                          {"bank_count", c.bankCount}};
-        list.push_back(std::move(one));
+        list.push_back(radio->report());
     }
     std::ofstream file(path, std::ios::trunc);
     file << nlohmann::json{{"up_s", upSeconds}, {"cpu_s", cpuSeconds()}, {"radios", list}}.dump(2) << "\n";
@@ -55,14 +41,23 @@ void writeStatistics(const std::string& path, const Radios& radios, double upSec
         fmt::print(stderr, "ferrow-sim: cannot write {}\n", path);
 }
 
-void tellReady(const Options& options, const Radio& radio) {
-    const std::string line = fmt::format("ready {}:{}\n", radio.address(), radio.port());
+void tellReady(const Options& options, const std::string& place) {
+    const std::string line = fmt::format("ready {}\n", place);
     if (!options.quiet) {
         fmt::print("{}", line);
         std::fflush(stdout);
     }
     if (options.readyFd >= 0 && write(options.readyFd, line.data(), line.size()) < 0)
         fmt::print(stderr, "ferrow-sim: cannot write to descriptor {}\n", options.readyFd);
+}
+
+void writeStatistics(const std::string& path, const proxy::Server& server, double upSeconds) {
+    std::ofstream file(path, std::ios::trunc);
+    file << nlohmann::json{{"up_s", upSeconds}, {"cpu_s", cpuSeconds()}, {"websocket", server.statistics()}}
+                .dump(2)
+         << "\n";
+    if (!file)
+        fmt::print(stderr, "ferrow-sim: cannot write {}\n", path);
 }
 
 /// Runs until the time is up or a signal asks to end; SIGUSR1 calls `onUser`.
@@ -84,6 +79,24 @@ void waitForEnd(const sigset_t& signals, double duration, OnUser onUser) {
     }
 }
 
+int serveWebsocket(const Options& options, const Scene& scene, const BuiltScene& built,
+                   const sigset_t& signals) {
+    proxy::ServerSettings settings = *options.websocket;
+    settings.faults = options.radio.faults;
+    settings.faults.insert(settings.faults.end(), scene.faults.begin(), scene.faults.end());
+    proxy::checkFaults(scene.faults);
+    const std::int64_t began = monotonicNs();
+    const proxy::Server server(settings, built.sky);
+    tellReady(options, server.url());
+    const auto report = [&] {
+        if (!options.statsFile.empty())
+            writeStatistics(options.statsFile, server, 1e-9 * static_cast<double>(monotonicNs() - began));
+    };
+    waitForEnd(signals, options.duration, report);
+    report();
+    return 0;
+}
+
 int run(Options options) {
     const Scene scene = loadScene(options.scene);
     if (options.listScene) {
@@ -97,6 +110,12 @@ int run(Options options) {
         return 0;
     }
 
+    if (options.sdrplay) {
+        if (options.dieWithParent)
+            prctl(PR_SET_PDEATHSIG, SIGTERM);
+        return rsp::launch(*options.sdrplay, options.program);
+    }
+
     sigset_t signals;
     sigemptyset(&signals);
     for (const int one : {SIGINT, SIGTERM, SIGUSR1})
@@ -107,6 +126,8 @@ int run(Options options) {
         prctl(PR_SET_PDEATHSIG, SIGTERM);
 
     setUtcOffset(options.utcOffset);
+    if (options.websocket)
+        return serveWebsocket(options, scene, built, signals);
     RadioSettings settings = options.radio;
     settings.telemetry = scene.telemetry;
     settings.faults.insert(settings.faults.end(), scene.faults.begin(), scene.faults.end());
@@ -118,9 +139,12 @@ int run(Options options) {
         settings.address = address;
         if (!options.radio.txRecord.empty() && options.addresses.size() > 1)
             settings.txRecord = fmt::format("{}.{}", options.radio.txRecord, radios.size() + 1);
-        radios.push_back(std::make_unique<Radio>(settings, built.sky));
+        if (options.protocol == 2)
+            radios.push_back(std::make_unique<NpRadio>(settings, built.sky));
+        else
+            radios.push_back(std::make_unique<Radio>(settings, built.sky));
         ++settings.identity.mac[5];
-        tellReady(options, *radios.back());
+        tellReady(options, fmt::format("{}:{}", radios.back()->address(), radios.back()->port()));
     }
     const auto report = [&] {
         for (const auto& radio : radios)
@@ -147,6 +171,9 @@ int main(int argc, char** argv) {
         return run(std::move(options));
     } catch (const SceneError& error) {
         fmt::print(stderr, "ferrow-sim: scene: {}\n", error.what());
+        return kWrongInput;
+    } catch (const std::invalid_argument& error) {
+        fmt::print(stderr, "ferrow-sim: {}\n", error.what());
         return kWrongInput;
     } catch (const std::exception& error) {
         fmt::print(stderr, "ferrow-sim: {}\n", error.what());

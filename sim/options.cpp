@@ -1,5 +1,7 @@
 #include "sim/options.hpp"
 
+#include "sim/wire/protocol2.hpp"
+
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
@@ -19,11 +21,45 @@ std::array<std::uint8_t, 6> parseMac(const std::string& text) {
     return mac;
 }
 
+/// What differs where the radio is one of protocol 2.
+void adaptToProtocol2(const CLI::App& app, RadioSettings& radio, int receivers) {
+    for (const char* option : {"--tx-record", "--tx-all"})
+        if (app.count(option) != 0)
+            throw CLI::ValidationError(option, "a radio of protocol 2 only receives");
+    if (receivers > p2::kMaxReceivers)
+        throw CLI::ValidationError(
+            "--receivers", fmt::format("a radio of protocol 2 has at most {} receivers", p2::kMaxReceivers));
+    const Identity usual = p2::usualIdentity();
+    if (app.count("--receivers") == 0)
+        radio.identity.hardwareReceivers = usual.hardwareReceivers;
+    if (app.count("--board-id") == 0)
+        radio.identity.boardId = usual.boardId;
+    if (app.count("--firmware") == 0)
+        radio.identity.firmware = usual.firmware;
+    if (app.count("--adc-bits") == 0)
+        radio.scale.adcBits = 16;
+}
+
+/// Takes over from the radio's settings what counts for a websocket too.
+proxy::ServerSettings websocketSettings(const std::string& place, const RadioSettings& radio) {
+    proxy::ServerSettings settings;
+    settings.clockPpm = radio.clockPpm;
+    settings.silent = radio.silent;
+    settings.seed = radio.seed;
+    try {
+        if (!place.empty())
+            parsePlace(place, settings);
+        proxy::checkFaults(radio.faults);
+    } catch (const std::invalid_argument& error) {
+        throw CLI::ValidationError("--websocket", error.what());
+    }
+    return settings;
+}
+
 } // namespace
 
 int parseOptions(int argc, const char* const* argv, Options& options) {
-    CLI::App app{"A simulated HPSDR protocol 1 radio on a loopback address, with a sky to hear",
-                 "ferrow-sim"};
+    CLI::App app{"A simulated HPSDR radio on a loopback address, with a sky to hear", "ferrow-sim"};
     app.footer("Faults: KIND[:key=value,...], kinds loss duplicate reorder jitter stall restart garbage\n"
                "wrong-endpoint short; keys p every start end ms depth bytes endpoint drop.\n"
                "Exit codes: 0 done, 2 wrong option or scene, 3 socket or file cannot be opened.");
@@ -32,8 +68,34 @@ int parseOptions(int argc, const char* const* argv, Options& options) {
     int boardId = radio.identity.boardId;
     int firmware = radio.identity.firmware;
     int receivers = radio.identity.hardwareReceivers;
+    app.add_option("--protocol", options.protocol, "of HPSDR: 1, or 2 (the new one)")
+        ->check(CLI::IsMember({1, 2}))
+        ->capture_default_str();
     app.add_option("--address", options.addresses, "IPv4 address; repeat it for several radios (127.0.0.1)");
     app.add_option("--port", radio.port, "UDP port")->check(CLI::Range(1, 65535))->capture_default_str();
+    std::string place;
+    CLI::Option* websocket =
+        app.add_option("--websocket", place,
+                       "serve receivers at 48 kHz over websockets in place of radios, at HOST[:PORT][/PATH] "
+                       "(127.0.0.1:4810/iq; port 0: a free one)")
+            ->expected(0, 1)
+            ->excludes("--address")
+            ->excludes("--protocol");
+    rsp::LaunchSettings sdrplay;
+    bool runProgram = false;
+    CLI::Option* launch =
+        app.add_flag("--sdrplay", runProgram,
+                     "run PROGRAM with a stand-in for the SDRplay API in place of radios, or print the "
+                     "environment for it; with --duration the device is removed then")
+            ->excludes("--address")
+            ->excludes("--protocol")
+            ->excludes(websocket);
+    app.add_option("--devices", sdrplay.devices,
+                   "MODEL:SERIAL,... that the stand-in knows (one of each model)")
+        ->needs(launch);
+    app.add_option("--sdrplay-record", sdrplay.recordFile, "append a JSON line for each call of the API")
+        ->needs(launch);
+    app.add_option("PROGRAM", options.program, "with its arguments, behind --")->needs(launch);
     app.add_option("--scene", options.scene, "scene file, or builtin")->capture_default_str();
     app.add_flag("--list-scene", options.listScene, "print the scene's stations as JSON and end");
     app.add_option("--write-sources", options.writeSources,
@@ -62,13 +124,11 @@ int parseOptions(int argc, const char* const* argv, Options& options) {
     app.add_option("--mac", mac, "hardware address of the first radio");
     app.add_option("--board-id", boardId, "board type in the discovery reply")
         ->check(CLI::Range(0, 255))
-
         ->capture_default_str();
     app.add_option("--firmware", firmware, "firmware version")
         ->check(CLI::Range(0, 255))
         ->capture_default_str();
-    app.add_option("--receivers", radio.identity.hardwareReceivers,
-                   "number of receivers that discovery tells of")
+    app.add_option("--receivers", receivers, "number of receivers that discovery tells of")
         ->check(CLI::Range(1, kMaxReceivers))
         ->capture_default_str();
     app.add_option("--tx-record", radio.txRecord,
@@ -86,6 +146,8 @@ int parseOptions(int argc, const char* const* argv, Options& options) {
         radio.identity.boardId = static_cast<std::uint8_t>(boardId);
         radio.identity.firmware = static_cast<std::uint8_t>(firmware);
         radio.identity.hardwareReceivers = static_cast<std::uint8_t>(receivers);
+        if (options.protocol == 2)
+            adaptToProtocol2(app, radio, app.count("--receivers") ? receivers : 1);
         if (!mac.empty())
             radio.identity.mac = parseMac(mac);
         for (const std::string& fault : options.faults) {
@@ -95,6 +157,17 @@ int parseOptions(int argc, const char* const* argv, Options& options) {
                 throw CLI::ValidationError("--fault", error.what());
             }
         }
+        if (*launch) {
+            if (!radio.faults.empty())
+                throw CLI::ValidationError("--fault", "the stand-in for the SDRplay API has none");
+            sdrplay.scene = options.scene;
+            sdrplay.clockPpm = radio.clockPpm;
+            sdrplay.utcOffset = options.utcOffset;
+            sdrplay.unplugAfter = options.duration;
+            options.sdrplay = sdrplay;
+        }
+        if (*websocket)
+            options.websocket = websocketSettings(place, radio);
     } catch (const CLI::ParseError& error) {
         const bool help = error.get_exit_code() == 0;
         app.exit(error);

@@ -100,6 +100,10 @@ public:
     void writeIP(std::uint32_t value);
     void writeStatus(std::uint32_t value);
 
+    // Reads a received packet: 1032 bytes, with zeros behind what arrived; `time` in units of 100 ns since
+    // 1970. What is no packet of a stream is passed over. On the radio's context.
+    void readPacket(const std::uint8_t* packet, long long time);
+
     // Port of the radio; a test may set another one before the first start.
     std::uint16_t remotePort = 1024;
 

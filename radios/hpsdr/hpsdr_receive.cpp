@@ -37,7 +37,10 @@ void HpsdrRadio::handleRxPacketRIO(int slot, long long time, int startedAs) {
     // A packet that waited while the stream was restarted has the old layout and sequence.
     if (startedAs != streamNumber.load(std::memory_order_relaxed))
         return;
-    const std::uint8_t* packet = link->socket.rxData(slot);
+    readPacket(link->socket.rxData(slot), time);
+}
+
+void HpsdrRadio::readPacket(const std::uint8_t* packet, long long time) {
     const IncomingHead head = readHead(packet);
     if (!head.known)
         return;

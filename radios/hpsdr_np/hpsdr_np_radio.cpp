@@ -25,6 +25,19 @@ constexpr long long kFirstTransceiver = 14095600;
 constexpr int kDdcTurn = 15, kHighPriorityTurn = 31; // of the count of microphone packets
 constexpr int kPacketsPerRefresh = 200;
 
+bool isIqPort(std::uint16_t port) {
+    return port >= kNpFirstIqPort && port < kNpFirstIqPort + kNpIqPorts;
+}
+
+// Label of the task that reads a packet from that port; null where there is nothing to read.
+const char* taskOf(std::uint16_t port) {
+    if (port == kNpStatusPort)
+        return "HighPriorityStatuspacketRIO";
+    if (port == kNpWidebandPort)
+        return "handleWbRxPacketRIO";
+    return isIqPort(port) ? "handleRxPacketRIO" : nullptr;
+}
+
 void pause() {
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
 }
@@ -168,20 +181,8 @@ void HpsdrNpRadio::run(const std::shared_ptr<Link>& link) {
             continue;
         }
         const std::uint16_t port = socket.sourcePort(slot);
-        const int index = port - kNpFirstIqPort;
-        if (port == kNpStatusPort) {
-            radio->queueSeqItem(seqTask("HighPriorityStatuspacketRIO",
-                                        [radio, slot] { radio->HighPriorityStatuspacketRIO(slot); }));
-            continue;
-        }
-        if (port == kNpWidebandPort) {
-            radio->queueSeqItem(
-                seqTask("handleWbRxPacketRIO", [radio, slot] { radio->handleWbRxPacketRIO(slot); }));
-            continue;
-        }
-        if (index >= 0 && index < kNpIqPorts) {
-            radio->queueSeqItem(seqTask("handleRxPacketRIO",
-                                        [radio, slot, index] { radio->handleRxPacketRIO(slot, index); }));
+        if (const char* const label = taskOf(port)) {
+            radio->queueSeqItem(seqTask(label, [radio, slot] { radio->readSlot(slot); }));
             continue;
         }
         if (port == kNpMicrophonePort) {
@@ -198,17 +199,27 @@ void HpsdrNpRadio::run(const std::shared_ptr<Link>& link) {
     }
 }
 
-void HpsdrNpRadio::HighPriorityStatuspacketRIO(int slot) {
+void HpsdrNpRadio::readSlot(int slot) {
     const Returned returned{link_->releaseRing, slot};
-    adcOvl.set(link_->socket.rxData(slot)[5] != 0);
+    readPacket(link_->socket.sourcePort(slot), link_->socket.rxData(slot));
 }
 
-void HpsdrNpRadio::handleRxPacketRIO(int slot, int index) {
-    const Returned returned{link_->releaseRing, slot};
-    const auto at = static_cast<std::size_t>(index);
+void HpsdrNpRadio::readPacket(std::uint16_t port, const std::uint8_t* packet) {
+    if (port == kNpStatusPort)
+        readStatus(packet);
+    else if (port == kNpWidebandPort)
+        readWideband(packet);
+    else if (isIqPort(port))
+        readIq(packet, static_cast<std::size_t>(port - kNpFirstIqPort));
+}
+
+void HpsdrNpRadio::readStatus(const std::uint8_t* packet) {
+    adcOvl.set(packet[5] != 0);
+}
+
+void HpsdrNpRadio::readIq(const std::uint8_t* packet, std::size_t at) {
     if (at >= hwReceivers.size())
         return;
-    const std::uint8_t* packet = link_->socket.rxData(slot);
     const std::uint32_t sequence = getBe32(packet);
     if (sequence != expectedSequence_[at]) {
         ep6SeqErrors.set(ep6SeqErrors.value() + 1);
@@ -220,9 +231,7 @@ void HpsdrNpRadio::handleRxPacketRIO(int slot, int index) {
                    kNpIqRecords, at);
 }
 
-void HpsdrNpRadio::handleWbRxPacketRIO(int slot) {
-    const Returned returned{link_->releaseRing, slot};
-    const std::uint8_t* packet = link_->socket.rxData(slot);
+void HpsdrNpRadio::readWideband(const std::uint8_t* packet) {
     const std::size_t position = widebandPosition(getBe32(packet));
     const double scale = 1.1920930376163766e-7 / std::pow(10.0, rxGain.value() / 20.0);
     widebandPeak_ =

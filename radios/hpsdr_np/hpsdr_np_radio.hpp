@@ -51,14 +51,19 @@ public:
     void startRadio() override;
     void stopRadio() override;
 
+    // Reads a packet by the port of the radio that it came from: 2048 bytes, with zeros behind what arrived.
+    // Those of ports without a stream to read are passed over. On the radio's context.
+    void readPacket(std::uint16_t port, const std::uint8_t* packet);
+
 private:
     struct Link; // shared with the comms thread
 
     // The radio's context.
     void prepare();
-    void HighPriorityStatuspacketRIO(int slot);
-    void handleRxPacketRIO(int slot, int index);
-    void handleWbRxPacketRIO(int slot);
+    void readSlot(int slot);
+    void readStatus(const std::uint8_t* packet);
+    void readIq(const std::uint8_t* packet, std::size_t index);
+    void readWideband(const std::uint8_t* packet);
 
     // Any thread.
     void sendDdc();

@@ -1,11 +1,11 @@
 #include "radios/sdrplay/sdrplay_radio.hpp"
 
 #include "core/tasks/log.hpp"
+#include "radios/sdrplay/say.hpp"
 #include "trx/vtrx.hpp"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -18,6 +18,7 @@ namespace {
 
 using sdrplay::Device;
 using sdrplay::RxChannelParams;
+using sdrplay::say;
 
 constexpr long long kFirstFrequency = 99000000;
 constexpr int kLowIfRate = 2000000; // the one rate without a spike at the centre, and with both tuners
@@ -25,11 +26,6 @@ constexpr double kInitialRf = 1000.0;
 constexpr double kPeakScale = 16184.0;
 constexpr long long kRefreshMs = 200;
 constexpr auto kLostAcknowledgement = std::chrono::milliseconds(601);
-
-void say(const std::string& text) {
-    std::fputs(text.c_str(), stdout);
-    std::fflush(stdout);
-}
 
 std::string serialOf(const Device& device) {
     return {device.SerNo, strnlen(device.SerNo, sizeof(device.SerNo))};

@@ -1,10 +1,10 @@
 #include "radios/sdrplay/sdrplay_stream.hpp"
 
 #include "core/tasks/log.hpp"
+#include "radios/sdrplay/say.hpp"
 #include "radios/sdrplay/sdrplay_radio.hpp"
 
 #include <cmath>
-#include <cstdio>
 #include <exception>
 #include <mutex>
 #include <utility>
@@ -81,14 +81,12 @@ void SdrplayStream::event(int id, int tuner, sdrplay::EventParams* params, void*
                 self.overload(tuner, params->powerOverloadParams.powerOverloadChangeType == 0);
             break;
         case sdrplay::kDeviceRemoved:
-            std::printf("sdrplay_api_EventCb: %s\n", "sdrplay_api_DeviceRemoved");
-            std::fflush(stdout);
+            sdrplay::say("sdrplay_api_EventCb: sdrplay_api_DeviceRemoved\n");
             break;
         case sdrplay::kRspDuoModeChange:
             break;
         default:
-            std::printf("sdrplay_api_EventCb: %d, unknown event\n", id);
-            std::fflush(stdout);
+            sdrplay::say(fmt::format("sdrplay_api_EventCb: {}, unknown event\n", id));
         }
     } catch (const std::exception& failure) {
         logError("sdrplay event lost: {}", failure.what());

@@ -154,6 +154,21 @@ void WsProxyRadio::stopRadio() {
     link_->running.store(false, std::memory_order_release);
 }
 
+std::optional<std::string> WsProxyRadio::takeMessage(bool text, std::span<const std::uint8_t> message) {
+    if (text) {
+        const auto receiver = addedReceiver({reinterpret_cast<const char*>(message.data()), message.size()});
+        if (!receiver)
+            return std::nullopt;
+        link_->remoteId.store(*receiver, std::memory_order_release);
+        return subscribeMessage(*receiver);
+    }
+    if (const auto block = readProxyBlock(message))
+        queueSeqItem(
+            seqTask("handleRx", [radio = std::static_pointer_cast<WsProxyRadio>(shared_from_this()),
+                                 block = *block] { radio->HandleRx(block.samples, 0, block.frequency); }));
+    return std::nullopt;
+}
+
 void WsProxyRadio::HandleRx(const buff<std::complex<float>>& samples, int, double frequency) {
     if (hwReceivers.empty())
         return;
@@ -212,18 +227,9 @@ void WsProxyRadio::serve(const std::shared_ptr<Link>& link, const std::string& u
             websocket.read(message);
             const std::span<const std::uint8_t> bytes(static_cast<const std::uint8_t*>(message.data().data()),
                                                       message.size());
-            if (websocket.got_text()) {
-                const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-                if (const auto receiver = addedReceiver(text)) {
-                    link->remoteId.store(*receiver, std::memory_order_release);
-                    write(subscribeMessage(*receiver));
-                }
-            } else if (const auto block = readProxyBlock(bytes)) {
-                if (const auto radio = link->radio.lock())
-                    radio->queueSeqItem(seqTask("handleRx", [radio, block = *block] {
-                        radio->HandleRx(block.samples, 0, block.frequency);
-                    }));
-            }
+            if (const auto radio = link->radio.lock())
+                if (const auto answer = radio->takeMessage(websocket.got_text(), bytes))
+                    write(*answer);
             message.consume(message.size());
             link->commands.consume_all(write);
         }

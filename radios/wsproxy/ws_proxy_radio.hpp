@@ -5,7 +5,10 @@
 #include "trx/radio.hpp"
 
 #include <complex>
+#include <cstdint>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 #include <thread>
 
@@ -30,6 +33,10 @@ public:
     // std::system_error.
     void startRadio() override;
     void stopRadio() override;
+
+    // Takes a message of the server. Samples go to the radio's queue; what is to be written back is returned,
+    // if anything. Text that is not as it should be raises an exception. On the connection's thread.
+    std::optional<std::string> takeMessage(bool text, std::span<const std::uint8_t> message);
 
 private:
     struct Link; // shared with the thread

@@ -3,6 +3,8 @@
 
 #include <fstream>
 #include <mutex>
+#include <nlohmann/json_fwd.hpp>
+#include <span>
 #include <string>
 
 namespace ferrow::sim {
@@ -14,6 +16,10 @@ public:
     explicit ControlTrace(const std::string& path);
     void write(const std::string& radio, std::int64_t timeNs, std::uint32_t sequence, int frame,
                const ControlBytes& c);
+    /// A packet of protocol 2: {"radio":...,"time_ns":...,"packet":"ddc","sequence":n,"size":1444,
+    /// "bytes":{"4":2,...},"fields":{...}}, where `bytes` holds those that are not 0, by offset.
+    void write(const std::string& radio, std::int64_t timeNs, const char* kind,
+               std::span<const std::uint8_t> packet, const nlohmann::json& fields);
     void flush();
 
 private:

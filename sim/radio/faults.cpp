@@ -53,7 +53,7 @@ void setKey(FaultSpec& fault, const std::string& key, double value) {
     else if (key == "depth")
         fault.depth = static_cast<int>(within(1.0, 1000.0));
     else if (key == "bytes")
-        fault.bytes = static_cast<int>(within(0.0, kDataBytes));
+        fault.bytes = static_cast<int>(within(0.0, sizeof(Datagram::bytes)));
     else if (key == "endpoint")
         fault.endpoint = static_cast<int>(within(0.0, 255.0));
     else if (key == "drop")
@@ -86,8 +86,8 @@ FaultSpec parseFault(const std::string& text) {
     return fault;
 }
 
-FaultInjector::FaultInjector(std::vector<FaultSpec> faults, std::uint64_t seed)
-    : faults_(std::move(faults)), struck_(faults_.size(), false), seed_(seed) {}
+FaultInjector::FaultInjector(std::vector<FaultSpec> faults, std::uint64_t seed, PacketForm form)
+    : faults_(std::move(faults)), struck_(faults_.size(), false), seed_(seed), form_(form) {}
 
 void FaultInjector::restart() {
     queue_.clear();
@@ -119,10 +119,11 @@ bool FaultInjector::strikes(std::size_t fault, std::int64_t index, double second
     return true;
 }
 
-void FaultInjector::push(std::span<const std::uint8_t> bytes, std::int64_t dueNs, bool stream) {
+/// The datagram in the queue, or none if a stall swallowed it.
+Datagram* FaultInjector::push(std::span<const std::uint8_t> bytes, std::int64_t dueNs, bool stream) {
     if (dueNs < stallUntil_) {
         if (stallDrops_)
-            return;
+            return nullptr;
         dueNs = stallUntil_;
     }
     Datagram& out = queue_.emplace_back();
@@ -131,19 +132,23 @@ void FaultInjector::push(std::span<const std::uint8_t> bytes, std::int64_t dueNs
     lastRelease_ = std::max(lastRelease_, dueNs);
     out.releaseNs = lastRelease_;
     out.stream = stream;
+    return &out;
 }
 
-void FaultInjector::passPlain(std::span<const std::uint8_t> packet, std::int64_t dueNs) {
-    push(packet, dueNs, false);
+void FaultInjector::passPlain(std::span<const std::uint8_t> packet, std::int64_t dueNs, std::uint16_t port) {
+    if (Datagram* const out = push(packet, dueNs, false))
+        out->port = port;
 }
 
-void FaultInjector::pass(const Packet& packet, std::int64_t index, double seconds, std::int64_t dueNs) {
+void FaultInjector::pass(std::span<const std::uint8_t> packet, std::int64_t index, double seconds,
+                         std::int64_t dueNs) {
     if (faults_.empty()) {
         push(packet, dueNs, true);
         return;
     }
-    Packet bytes = packet;
-    std::size_t size = bytes.size();
+    std::array<std::uint8_t, sizeof(Datagram::bytes)> bytes;
+    std::copy(packet.begin(), packet.end(), bytes.begin());
+    std::size_t size = packet.size();
     bool lost = false;
     int copies = 1;
     int depth = 0;
@@ -170,7 +175,7 @@ void FaultInjector::pass(const Packet& packet, std::int64_t index, double second
             stallDrops_ = spec.drop;
             break;
         case FaultKind::Restart:
-            sequenceBase_ = readBig32(packet.data() + 4);
+            sequenceBase_ = readBig32(packet.data() + form_.sequenceAt);
             break;
         case FaultKind::Garbage: {
             NoiseSource random(hashOf(seed_ ^ 0x6A5B, static_cast<std::uint64_t>(index)));
@@ -182,18 +187,22 @@ void FaultInjector::pass(const Packet& packet, std::int64_t index, double second
             break;
         }
         case FaultKind::WrongEndpoint: {
-            Packet stray = packet;
-            stray[3] = static_cast<std::uint8_t>(spec.endpoint);
-            push(stray, dueNs, false);
+            Datagram* const stray = push(packet, dueNs, false);
+            if (stray != nullptr && form_.endpointAt >= 0)
+                stray->bytes[static_cast<std::size_t>(form_.endpointAt)] =
+                    static_cast<std::uint8_t>(spec.endpoint);
+            else if (stray != nullptr)
+                stray->port = static_cast<std::uint16_t>(form_.strayPort + spec.endpoint);
             break;
         }
         case FaultKind::Short:
-            size = static_cast<std::size_t>(spec.bytes);
+            size = std::min(packet.size(), static_cast<std::size_t>(spec.bytes));
             break;
         }
     }
     if (sequenceBase_ != 0)
-        writeBig32(bytes.data() + 4, readBig32(packet.data() + 4) - sequenceBase_);
+        writeBig32(bytes.data() + form_.sequenceAt,
+                   readBig32(packet.data() + form_.sequenceAt) - sequenceBase_);
     const std::span<const std::uint8_t> out{bytes.data(), size};
     if (!lost && depth > 0) {
         Held& held = held_.emplace_back();

@@ -34,28 +34,37 @@ struct FaultSpec {
 /// Throws std::invalid_argument with a message for the user.
 FaultSpec parseFault(const std::string& text);
 
+/// What the injector has to know of the packets of a protocol.
+struct PacketForm {
+    std::size_t sequenceAt = 4; ///< offset of the sequence number
+    int endpointAt = 3;         ///< offset of the endpoint, or -1: then a stray packet leaves from
+    int strayPort = 0;          ///< this port plus its endpoint
+};
+
 /// A datagram on its way out.
 struct Datagram {
     std::array<std::uint8_t, 1472> bytes;
     int size = 0;
+    std::uint16_t port = 0;     ///< that it leaves from; 0: the stream's own
     std::int64_t releaseNs = 0; ///< monotonic clock; never before that of the datagram in front of it
-    bool stream = false;        ///< an endpoint 6 packet that counts as sent
+    bool stream = false;        ///< a receive packet that counts as sent
 };
 
 /// Sits between the packet builder and the socket. Decisions depend on seed, fault and packet number alone,
 /// so that a run can be repeated. One thread.
 class FaultInjector {
 public:
-    FaultInjector(std::vector<FaultSpec> faults, std::uint64_t seed);
+    FaultInjector(std::vector<FaultSpec> faults, std::uint64_t seed, PacketForm form = {});
 
-    /// Takes endpoint 6 packet number `index` of this stream, due at `dueNs`, `seconds` into the stream.
-    void pass(const Packet& packet, std::int64_t index, double seconds, std::int64_t dueNs);
+    /// Takes receive packet number `index` of this stream, due at `dueNs`, `seconds` into the stream.
+    void pass(std::span<const std::uint8_t> packet, std::int64_t index, double seconds, std::int64_t dueNs);
     /// Takes a packet that no fault touches but a stall.
-    void passPlain(std::span<const std::uint8_t> packet, std::int64_t dueNs);
+    void passPlain(std::span<const std::uint8_t> packet, std::int64_t dueNs, std::uint16_t port = 0);
     /// A new stream: what is held or queued is dropped.
     void restart();
 
     std::deque<Datagram>& queue() { return queue_; }
+    const std::deque<Datagram>& queue() const { return queue_; }
     const std::array<std::int64_t, kFaultKinds>& counts() const { return counts_; }
 
 private:
@@ -64,12 +73,13 @@ private:
         int overtaken;
     };
     bool strikes(std::size_t fault, std::int64_t index, double seconds);
-    void push(std::span<const std::uint8_t> bytes, std::int64_t dueNs, bool stream);
+    Datagram* push(std::span<const std::uint8_t> bytes, std::int64_t dueNs, bool stream);
     double uniform(std::size_t fault, std::int64_t index, std::uint64_t salt) const;
 
     std::vector<FaultSpec> faults_;
     std::vector<bool> struck_; // one-shot faults already done
     std::uint64_t seed_;
+    PacketForm form_;
     std::deque<Datagram> queue_;
     std::vector<Held> held_;
     std::array<std::int64_t, kFaultKinds> counts_{};

@@ -1,4 +1,6 @@
 #pragma once
+#include "sim/sky/station.hpp"
+
 #include <cstdint>
 
 namespace ferrow::sim {
@@ -29,6 +31,19 @@ std::int64_t monotonicNs();
 /// UTC in seconds since 1970, moved by `setUtcOffset`.
 double utcSeconds();
 void setUtcOffset(double seconds);
+/// Where a stream that begins now stands in the sky: its time and the block to begin with. Blocks count from
+/// the process's first stream, so that stations go on through stops and starts. `factor`: of the radio's
+/// clock.
+struct SkyPlace {
+    SkyTime time;
+    std::int64_t block = 0;
+};
+SkyPlace skyAt(std::int64_t nowNs, double factor);
+
+/// Gives the calling thread what a radio's clock needs: short timer slack and, where the limits allow it, the
+/// lowest real-time priority.
+void becomeStreamThread();
+
 /// Sleeps until that moment of the monotonic clock.
 void sleepUntil(std::int64_t monotonicNs);
 

@@ -1,10 +1,12 @@
 #include "sim/radio/radio.hpp"
 
+#include "sim/radio/udp.hpp"
+
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
-#include <fmt/format.h>
+#include <nlohmann/json.hpp>
 #include <poll.h>
 #include <stdexcept>
 #include <sys/eventfd.h>
@@ -15,31 +17,6 @@ namespace ferrow::sim {
 namespace {
 
 constexpr int kPollMs = 100;
-
-int bindUdp(const std::string& address, int port, bool shared) {
-    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    if (fd < 0)
-        throw std::runtime_error(fmt::format("socket: {}", std::strerror(errno)));
-    sockaddr_in local{};
-    local.sin_family = AF_INET;
-    local.sin_port = htons(static_cast<std::uint16_t>(port));
-    const int on = 1;
-    if (shared)
-        setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    const int buffer = 4 << 20;
-    setsockopt(fd, SOL_SOCKET, SO_SNDBUF, &buffer, sizeof buffer);
-    setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &buffer, sizeof buffer);
-    if (inet_pton(AF_INET, address.c_str(), &local.sin_addr) != 1) {
-        close(fd);
-        throw std::runtime_error(fmt::format("\"{}\" is no IPv4 address", address));
-    }
-    if (bind(fd, reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0) {
-        const int error = errno;
-        close(fd);
-        throw std::runtime_error(fmt::format("cannot bind {}:{}: {}", address, port, std::strerror(error)));
-    }
-    return fd;
-}
 
 } // namespace
 
@@ -94,6 +71,26 @@ ControlState Radio::control() const {
 Statistics Radio::statistics() const {
     const std::lock_guard lock(mutex_);
     return statistics_;
+}
+
+nlohmann::json Radio::report() const {
+    nlohmann::json all = statistics();
+    const ControlState c = control();
+    const std::vector<std::uint32_t> frequencies(c.rxFrequency.begin(), c.rxFrequency.begin() + c.receivers);
+    all["address"] = address();
+    all["port"] = port();
+    all["streaming"] = streaming();
+    all["control"] = {{"rate", c.rate},
+                      {"receivers", c.receivers},
+                      {"rx_frequency", frequencies},
+                      {"tx_frequency", c.txFrequency},
+                      {"ptt", c.ptt},
+                      {"drive", c.drive},
+                      {"filter", c.filterWord},
+                      {"gain_byte", c.gainByte},
+                      {"gain_db", c.lnaGainDb()},
+                      {"bank_count", c.bankCount}};
+    return all;
 }
 
 void Radio::flush() {

@@ -1,4 +1,5 @@
 #pragma once
+#include "sim/radio/any_radio.hpp"
 #include "sim/radio/control_trace.hpp"
 #include "sim/radio/faults.hpp"
 #include "sim/radio/pacer.hpp"
@@ -35,25 +36,25 @@ struct RadioSettings {
     std::shared_ptr<ControlTrace> trace;
 };
 
-/// One simulated radio: a UDP socket, a thread that listens and a thread that streams. The streaming clock is
-/// the monotonic one, times the clock error.
-class Radio {
+/// One simulated radio of protocol 1: a UDP socket, a thread that listens and a thread that streams. The
+/// streaming clock is the monotonic one, times the clock error.
+class Radio : public AnyRadio {
 public:
     /// Binds the socket and starts to listen. Throws std::runtime_error if that fails.
     Radio(RadioSettings settings, std::shared_ptr<const Sky> sky);
-    ~Radio();
+    ~Radio() override;
     Radio(const Radio&) = delete;
     Radio& operator=(const Radio&) = delete;
 
-    const std::string& address() const { return settings_.address; }
-    int port() const { return settings_.port; }
+    const std::string& address() const override { return settings_.address; }
+    int port() const override { return settings_.port; }
     bool streaming() const { return streaming_.load(std::memory_order_acquire); }
     ControlState control() const;
     Statistics statistics() const;
-    void flush();
-    /// Ends both threads and closes the sockets; what has been counted stays. For good; the destructor does
-    /// it too.
-    void shutDown();
+    nlohmann::json report() const override;
+    void flush() override;
+    /// The destructor does it too.
+    void shutDown() override;
 
 private:
     struct Command {

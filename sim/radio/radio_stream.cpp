@@ -1,36 +1,22 @@
 #include "sim/radio/radio.hpp"
+#include "sim/radio/udp.hpp"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <pthread.h>
-#include <sys/prctl.h>
-#include <sys/socket.h>
 
 namespace ferrow::sim {
 namespace {
 
-constexpr int kBatch = 64;
 // A stream that fell behind (a stopped process, a busy machine) catches up in steps, so that the host's
 // socket buffer is not flooded; further behind than this it lets the time go.
 constexpr std::int64_t kGiveUpNs = 2'000'000'000;
 constexpr int kCatchUpPackets = 48;
 constexpr std::int64_t kCatchUpPauseNs = 500'000;
 
-/// Base samples since the process began, so that stations go on through stops and starts.
-double skySeconds(std::int64_t nowNs) {
-    static const std::int64_t epoch = monotonicNs();
-    return 1e-9 * static_cast<double>(std::max<std::int64_t>(0, nowNs - epoch));
-}
-
 } // namespace
 
 void Radio::stream() {
-    prctl(PR_SET_TIMERSLACK, 1000UL);
-    // a radio's clock does not wait for a busy machine; where the limits forbid it, normal priority has to do
-    const sched_param priority{1};
-    pthread_setschedparam(pthread_self(), SCHED_RR, &priority);
-    skySeconds(monotonicNs());
+    becomeStreamThread();
     Command command;
     while (!quit_.load(std::memory_order_acquire)) {
         {
@@ -48,10 +34,7 @@ void Radio::stream() {
 
 void Radio::anchor(const ControlState& control, std::int64_t nowNs) {
     const double factor = 1.0 + settings_.clockPpm * 1e-6;
-    SkyTime time;
-    time.trueRate = kBaseRate * factor;
-    const auto block = static_cast<std::int64_t>(skySeconds(nowNs) * time.trueRate / Synth::kHop);
-    time.utcOfZero = utcSeconds() - static_cast<double>(block * Synth::kHop) / time.trueRate;
+    const auto [time, block] = skyAt(nowNs, factor);
     streamRate_ = control.rate;
     streamReceivers_ = control.receivers;
     stream_.begin(control, time, block);
@@ -129,47 +112,14 @@ bool Radio::streamOnce(Command& command) {
 }
 
 void Radio::sendDue(std::int64_t now, const sockaddr_in& peer) {
-    auto& queue = injector_.queue();
-    sockaddr_in to = peer;
-    std::int64_t endpoint6 = 0;
-    std::int64_t endpoint4 = 0;
-    std::int64_t bytes = 0;
-    std::int64_t errors = 0;
-    std::int64_t latest = 0;
-    while (!queue.empty() && queue.front().releaseNs <= now) {
-        std::array<iovec, kBatch> pieces;
-        std::array<mmsghdr, kBatch> messages{};
-        std::size_t count = 0;
-        while (count < kBatch && count < queue.size() && queue[count].releaseNs <= now) {
-            Datagram& datagram = queue[count];
-            pieces[count] = {datagram.bytes.data(), static_cast<std::size_t>(datagram.size)};
-            messages[count].msg_hdr.msg_name = &to;
-            messages[count].msg_hdr.msg_namelen = sizeof to;
-            messages[count].msg_hdr.msg_iov = &pieces[count];
-            messages[count].msg_hdr.msg_iovlen = 1;
-            latest = std::max(latest, now - datagram.releaseNs);
-            ++count;
-        }
-        int sent = sendmmsg(socket_, messages.data(), static_cast<unsigned>(count), 0);
-        if (sent <= 0) {
-            if (sent < 0 && errno == EINTR)
-                continue;
-            ++errors; // the first one cannot leave: drop it and go on
-            sent = 1;
-        } else {
-            for (std::size_t i = 0; i < static_cast<std::size_t>(sent); ++i) {
-                (queue[i].stream ? endpoint6 : endpoint4) += 1;
-                bytes += queue[i].size;
-            }
-        }
-        queue.erase(queue.begin(), queue.begin() + sent);
-    }
+    const SendCount sent =
+        ferrow::sim::sendDue(injector_.queue(), now, peer, [this](const Datagram&) { return socket_; });
     const std::lock_guard lock(mutex_);
-    statistics_.endpoint6Out += endpoint6;
-    statistics_.endpoint4Out += endpoint4;
-    statistics_.bytesOut += bytes;
-    statistics_.sendErrors += errors;
-    statistics_.latestMs = std::max(statistics_.latestMs, 1e-6 * static_cast<double>(latest));
+    statistics_.endpoint6Out += sent.stream;
+    statistics_.endpoint4Out += sent.other;
+    statistics_.bytesOut += sent.bytes;
+    statistics_.sendErrors += sent.errors;
+    statistics_.latestMs = std::max(statistics_.latestMs, 1e-6 * static_cast<double>(sent.latestNs));
     statistics_.faults = injector_.counts();
 }
 

@@ -216,7 +216,7 @@ Scene parseScene(std::string_view text, const std::string& folder) {
     json document;
     try {
         document = json::parse(text, nullptr, true, true);
-    } catch (const json::parse_error& error) {
+    } catch (const json::exception& error) {
         throw SceneError(error.what());
     }
     JsonFields fields(document, "");

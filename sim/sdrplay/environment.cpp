@@ -1,8 +1,12 @@
 #include "sim/sdrplay/environment.hpp"
 
+#include "sim/radio/pacer.hpp"
+#include "sim/scene/build_sky.hpp"
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fftw3.h>
 #include <iterator>
 #include <sstream>
 #include <string>
@@ -65,6 +69,44 @@ std::vector<CarrierEntry> carriersFromEnvironment() {
                  return true;
              });
     return entries;
+}
+
+namespace {
+
+double numberOf(const char* variable) {
+    const char* text = std::getenv(variable);
+    double value = 0.0;
+    if (text != nullptr && *text != 0 && !readNumber(text, value))
+        std::fprintf(stderr, "%s: '%s' is no number\n", variable, text);
+    return value;
+}
+
+const char* sceneName() {
+    const char* name = std::getenv("FERROW_STANDIN_SCENE");
+    return name != nullptr && *name != 0 ? name : nullptr;
+}
+
+} // namespace
+
+std::unique_ptr<SkySource> skyFromEnvironment() {
+    if (sceneName() == nullptr)
+        return nullptr;
+    setUtcOffset(numberOf("FERROW_STANDIN_UTC_OFFSET"));
+    // Copies of this library may share the transforms' one with whoever loaded them.
+    fftwf_make_planner_thread_safe();
+    return std::make_unique<SkySource>(buildSky(loadScene(sceneName())).sky, clockPpmFromEnvironment());
+}
+
+bool sceneInEnvironment() {
+    return sceneName() != nullptr;
+}
+
+double clockPpmFromEnvironment() {
+    return numberOf("FERROW_STANDIN_CLOCK_PPM");
+}
+
+double unplugFromEnvironment() {
+    return numberOf("FERROW_STANDIN_UNPLUG");
 }
 
 } // namespace ferrow::sim::rsp

@@ -1,6 +1,8 @@
 #pragma once
 #include "sim/sdrplay/control.hpp"
+#include "sim/sdrplay/sky_source.hpp"
 
+#include <memory>
 #include <vector>
 
 namespace ferrow::sim::rsp {
@@ -11,5 +13,16 @@ std::vector<DeviceEntry> devicesFromEnvironment();
 
 /// FERROW_STANDIN_CARRIERS: "HERTZ:DB,HERTZ:DB...", levels at the antenna. Without it two in the 40 m band.
 std::vector<CarrierEntry> carriersFromEnvironment();
+
+/// FERROW_STANDIN_SCENE: a scene file or "builtin", heard in place of the carriers. FERROW_STANDIN_CLOCK_PPM:
+/// error of the device's clock. FERROW_STANDIN_UTC_OFFSET: seconds that the sky's clock is ahead. Null
+/// without a scene. Throws std::runtime_error for a scene that cannot be used.
+std::unique_ptr<SkySource> skyFromEnvironment();
+/// Whether there is one, used or not.
+bool sceneInEnvironment();
+double clockPpmFromEnvironment();
+
+/// FERROW_STANDIN_UNPLUG: seconds of a stream after which its device is removed; 0: never.
+double unplugFromEnvironment();
 
 } // namespace ferrow::sim::rsp

@@ -1,11 +1,15 @@
 #include "sim/sdrplay/stand_in.hpp"
 
+#include "sim/decibel.hpp"
+#include "sim/radio/pacer.hpp"
 #include "sim/sdrplay/environment.hpp"
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <utility>
 
 namespace ferrow::sim::rsp {
@@ -14,6 +18,7 @@ namespace {
 
 constexpr unsigned kPacket = 1344; ///< samples of a callback before decimation
 constexpr double kGainStepSeconds = 0.05;
+constexpr auto kBurst = std::chrono::milliseconds(1); ///< callbacks of so much time come together
 constexpr double kLowestSampling = 2e6, kHighestSampling = 10.66e6;
 constexpr int kLeastReduction = 20, kMostReduction = 59;
 
@@ -49,7 +54,9 @@ StandIn& StandIn::instance() {
     return standIn;
 }
 
-StandIn::StandIn() : entries_(devicesFromEnvironment()), carriers_(carriersFromEnvironment()) {}
+StandIn::StandIn()
+    : entries_(devicesFromEnvironment()), carriers_(carriersFromEnvironment()),
+      clockFactor_(1.0 + clockPpmFromEnvironment() * 1e-6), unplugAfter_(unplugFromEnvironment()) {}
 
 // A host may leave while it streams.
 StandIn::~StandIn() {
@@ -79,6 +86,7 @@ int StandIn::record(Function function, int result, const Call& details) {
     call.a = liveA_;
     call.b = liveB_;
     calls_.push_back(call);
+    log_.write(call);
     return result;
 }
 
@@ -210,6 +218,14 @@ int StandIn::init(void* dev, const CallbackFnsT* callbacks, void* context) {
         return record(Init, InvalidParam);
     if (dev_.fsHz < kLowestSampling || dev_.fsHz > kHighestSampling)
         return record(Init, FsUpdateError);
+    if (!sky_) {
+        try {
+            sky_ = skyFromEnvironment();
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "FERROW_STANDIN_SCENE: %s\n", error.what());
+            return record(Init, Fail);
+        }
+    }
     liveDev_ = dev_;
     liveA_ = a_;
     liveB_ = b_;
@@ -221,6 +237,9 @@ int StandIn::init(void* dev, const CallbackFnsT* callbacks, void* context) {
     }
     seconds_ = sinceGainStep_ = 0;
     sampleNumber_ = 0;
+    stream_ = {};
+    if (sky_)
+        sky_->begin(utcSeconds());
     credits_ = 0;
     fsChanged_ = false;
     events_.clear();
@@ -340,6 +359,8 @@ int StandIn::apply(int tuner, std::uint32_t reason, std::uint32_t extension) {
 }
 
 void StandIn::post(int id, int tuner, const EventParamsT& params) {
+    stream_.gainEvents += id == GainChange;
+    stream_.overloads += id == PowerOverloadChange;
     events_.push_back({id, tuner, params});
     wake_.notify_all();
 }
@@ -376,6 +397,31 @@ void StandIn::checkOverload(int index, double amplitude) {
     post(PowerOverloadChange, index + 1, {});
 }
 
+// Retunes take effect within a block: that is made again.
+void StandIn::fillFromSky(double rate, unsigned count) {
+    std::array<SkySource::Tuner, 2> wanted;
+    for (int index = 0; index < 2; ++index)
+        wanted[index] = {active(index), tuners_[index].rfHz, channel(index).bwType * 1e3};
+    sky_->set(rate, wanted);
+    for (std::size_t done = 0; done < count;) {
+        const std::size_t some = std::min<std::size_t>(count - done, sky_->available());
+        for (int index = 0; index < 2; ++index)
+            if (active(index))
+                TunerModel::convert(sky_->next(index, some),
+                                    totalGain(channel(index)) + (index == 1 ? secondGainDb_ : 0),
+                                    std::span(tuners_[index].xi).subspan(done, some),
+                                    std::span(tuners_[index].xq).subspan(done, some));
+        sky_->advance(some);
+        done += some;
+    }
+}
+
+void StandIn::unplug() {
+    unplugged_ = true;
+    post(DeviceRemoved, device_.tuner, {});
+    done_.notify_all();
+}
+
 unsigned StandIn::makeRound(std::array<StreamCbParamsT, 2>& told) {
     const int first = active(0) ? 0 : 1;
     const double rate = outputRate(liveDev_, channel(first));
@@ -384,17 +430,23 @@ unsigned StandIn::makeRound(std::array<StreamCbParamsT, 2>& told) {
         samplesPerCall_ != 0 ? samplesPerCall_ : kPacket / static_cast<unsigned>(std::max(factor, 1));
     sinceGainStep_ += count / rate;
     const bool step = sinceGainStep_ >= kGainStepSeconds;
+    for (TunerState& state : tuners_) {
+        state.xi.resize(count);
+        state.xq.resize(count);
+    }
+    if (sky_)
+        fillFromSky(rate, count);
     for (int index = 0; index < 2; ++index) {
         if (!active(index))
             continue;
         TunerState& state = tuners_[index];
-        state.xi.resize(count);
-        state.xq.resize(count);
         const bool second = index == 1;
         const TunerModel::Setting setting{state.rfHz, rate, channel(index).bwType * 1e3,
                                           totalGain(channel(index)) + (second ? secondGainDb_ : 0),
                                           second ? secondPhase_ : 0};
-        const double amplitude = state.model.make(setting, carriers_, seconds_, state.xi, state.xq);
+        const double amplitude =
+            sky_ ? static_cast<double>(sky_->peak(index)) * amplitudeFromDb(setting.gainDb)
+                 : state.model.make(setting, carriers_, seconds_, state.xi, state.xq);
         told[index] = {sampleNumber_, state.grChanged, state.rfChanged, fsChanged_, count};
         state.retunePending = state.retunePending && !state.rfChanged;
         state.grChanged = state.rfChanged = false;
@@ -407,6 +459,9 @@ unsigned StandIn::makeRound(std::array<StreamCbParamsT, 2>& told) {
     fsChanged_ = false;
     seconds_ += count / rate;
     sampleNumber_ += count;
+    ++stream_.callbacks;
+    stream_.samples += count;
+    stream_.rate = rate;
     return count;
 }
 
@@ -422,16 +477,25 @@ void StandIn::streamLoop() {
             continue;
         }
         if (!stepped_ && Clock::now() < due) {
-            wake_.wait_until(lock, due);
+            // Whoever changes something wakes this too.
+            const auto until = due + kBurst;
+            while (running_ && !stepped_ && !unplugged_ && Clock::now() < until)
+                wake_.wait_until(lock, until);
             continue;
         }
         const double before = seconds_;
         std::array<StreamCbParamsT, 2> told{};
         const unsigned count = makeRound(told);
         // What the machine was too slow for is lost, as it is on the bus.
+        const auto now = Clock::now();
+        if (!stepped_)
+            stream_.latestMs =
+                std::max(stream_.latestMs, std::chrono::duration<double, std::milli>(now - due).count());
         due = std::max(due + std::chrono::duration_cast<Clock::duration>(
-                                 std::chrono::duration<double>(seconds_ - before)),
-                       Clock::now() - std::chrono::milliseconds(200));
+                                 std::chrono::duration<double>((seconds_ - before) / clockFactor_)),
+                       now - std::chrono::milliseconds(200));
+        if (unplugAfter_ > 0.0 && seconds_ >= unplugAfter_)
+            unplug();
         const std::array on{active(0), active(1)};
         lock.unlock();
         if (on[0])
@@ -447,6 +511,11 @@ void StandIn::streamLoop() {
         if (credits_ > 0 && --credits_ == 0)
             done_.notify_all();
     }
+    timespec used{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    stream_.cpuSeconds = static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
+    stream_.seconds = seconds_;
+    log_.write(stream_);
 }
 
 void StandIn::eventLoop() {

@@ -1,6 +1,8 @@
 #pragma once
 #include "sim/sdrplay/abi.hpp"
+#include "sim/sdrplay/call_log.hpp"
 #include "sim/sdrplay/control.hpp"
+#include "sim/sdrplay/sky_source.hpp"
 #include "sim/sdrplay/tuner.hpp"
 
 #include <array>
@@ -13,8 +15,9 @@
 
 namespace ferrow::sim::rsp {
 
-/// An API without hardware: devices by name, records of parameters, and a stream of a few carriers at the
-/// rate, frequency and gain that they ask for. One device can be selected at a time, as with the real one.
+/// An API without hardware: devices by name, records of parameters, and a stream of a scene's stations, or of
+/// a few carriers, at the rate, frequency and gain that they ask for. One device can be selected at a time,
+/// as with the real one.
 ///
 /// Samples and events come on two threads of its own, from Init to Uninit.
 class StandIn {
@@ -67,6 +70,8 @@ private:
     void followSignal(int index, double amplitude);
     void checkOverload(int index, double amplitude);
     unsigned makeRound(std::array<StreamCbParamsT, 2>& told);
+    void fillFromSky(double rate, unsigned count);
+    void unplug();
     int apply(int tuner, std::uint32_t reason, std::uint32_t extension);
 
     void streamLoop();
@@ -88,6 +93,12 @@ private:
     double secondGainDb_ = 0, secondPhase_ = 0;
     int hide_ = 0;
     std::vector<Call> calls_;
+    CallLog log_;
+
+    // What the environment sets.
+    std::unique_ptr<SkySource> sky_; ///< made by the first Init
+    double clockFactor_ = 1.0;
+    double unplugAfter_ = 0.0; ///< seconds; 0: never
 
     // The selected device.
     bool selected_ = false;
@@ -110,6 +121,7 @@ private:
     double seconds_ = 0;
     double sinceGainStep_ = 0;
     std::uint32_t sampleNumber_ = 0;
+    CallLog::Stream stream_; ///< the present one's figures
     std::deque<PendingEvent> events_;
     std::thread streamThread_, eventThread_;
 };

@@ -78,9 +78,7 @@ const Control& StandIn::control() {
         },
         [] {
             const std::lock_guard lock(instance().mutex_);
-            instance().unplugged_ = true;
-            instance().post(DeviceRemoved, instance().device_.tuner, {});
-            instance().done_.notify_all();
+            instance().unplug();
         },
         [](int what) {
             const std::lock_guard lock(instance().mutex_);

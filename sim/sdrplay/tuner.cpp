@@ -56,6 +56,20 @@ double TunerModel::make(const Setting& setting, std::span<const CarrierEntry> ca
     return sum;
 }
 
+void TunerModel::convert(std::span<const Cfloat> samples, double gainDb, std::span<short> xi,
+                         std::span<short> xq) {
+    const auto scale = static_cast<float>(amplitudeFromDb(gainDb) * kFullScale);
+    const auto* data = reinterpret_cast<const float*>(samples.data());
+    const auto quantise = [scale](float value) {
+        const float limited = std::clamp(value * scale, -32767.0f, 32767.0f);
+        return static_cast<short>(static_cast<int>(limited + std::copysign(0.5f, limited)));
+    };
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        xi[i] = quantise(data[2 * i]);
+        xq[i] = quantise(data[2 * i + 1]);
+    }
+}
+
 double outputRate(const DevParamsT& device, const ChannelT& channel) {
     if (channel.ifType == kLowIf && device.fsHz == kLowIfSampling)
         return kLowIfOutput;

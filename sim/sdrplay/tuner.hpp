@@ -1,6 +1,7 @@
 #pragma once
 #include "sim/sdrplay/abi.hpp"
 #include "sim/sdrplay/control.hpp"
+#include "sim/sky/station.hpp"
 
 #include <cstdint>
 #include <span>
@@ -25,6 +26,10 @@ public:
     /// sum of amplitudes, full scale 1.
     double make(const Setting& setting, std::span<const CarrierEntry> carriers, double seconds,
                 std::span<short> xi, std::span<short> xq);
+
+    /// The same for samples at 0 dB of gain, full scale 1, which bring their own noise.
+    static void convert(std::span<const Cfloat> samples, double gainDb, std::span<short> xi,
+                        std::span<short> xq);
 
 private:
     std::vector<float> re_, im_;

@@ -59,53 +59,64 @@ struct Synth::Voice {
     std::vector<Cfloat> laid; // 2 reach + 1 shaped bins of this block
     float amplitude = 0.0f;
 
-    Voice(std::shared_ptr<const Station> who, double clockPpm)
+    Voice(std::shared_ptr<const Station> who, double clockPpm, double nyquist)
         : station(std::move(who)), factor(station->rateFactor()), reach(factor * kHop + 8),
           transform(kTransform * factor, Fourier::Direction::Forward),
           shape(lowPassShape(kBaseRate * factor / 2.0, reach + 1)),
           laid(static_cast<std::size_t>(2 * reach + 1)) {
         const double seen = station->frequency() / (1.0 + clockPpm * 1e-6);
-        const double zone = std::floor(seen / kNyquist);
+        const double zone = std::floor(seen / nyquist);
         mirrored = std::fmod(zone, 2.0) != 0.0;
-        frequency = seen - zone * kNyquist;
+        frequency = seen - zone * nyquist;
         if (mirrored)
-            frequency = kNyquist - frequency;
+            frequency = nyquist - frequency;
         bin = std::llround(frequency / kBin);
         residual = frequency - static_cast<double>(bin) * kBin;
     }
 };
 
 struct Synth::Channel {
+    int rate;
     Fourier transform;
     NoiseSource noise;
     std::size_t length;
+    std::size_t samples;      // in a block
+    std::vector<float> shape; // response of the receiver's own filter, by distance from its centre
 
-    Channel(int bins, std::uint64_t seed)
-        : transform(bins, Fourier::Direction::Inverse), noise(seed), length(static_cast<std::size_t>(bins)) {}
+    Channel(int sampleRate, std::uint64_t seed)
+        : rate(sampleRate), transform(rate / kBaseRate * kTransform, Fourier::Direction::Inverse),
+          noise(seed), length(static_cast<std::size_t>(rate / kBaseRate * kTransform)), samples(length / 2),
+          shape(lowPassShape(rate / 2.0 - 700.0, rate / kBaseRate * kHop + 1)) {}
+    std::span<Cfloat> block() { return transform.data().last(samples); }
 };
 
-Synth::Synth(std::shared_ptr<const Sky> sky, double clockPpm)
-    : sky_(std::move(sky)), wideNoise_(hashOf(sky_->seed, 0xADC)) {
+Synth::Synth(std::shared_ptr<const Sky> sky, double clockPpm, double adcClock)
+    : sky_(std::move(sky)), wideNoise_(hashOf(sky_->seed, 0xADC)), adcClock_(adcClock) {
     for (const auto& station : sky_->stations)
-        voices_.push_back(std::make_unique<Voice>(station, clockPpm));
+        voices_.push_back(std::make_unique<Voice>(station, clockPpm, adcClock / 2.0));
 }
 
 Synth::~Synth() = default;
 
+void Synth::configure(std::span<const int> rates) {
+    channels_.resize(rates.size());
+    source_.resize(rates.size());
+    for (std::size_t r = 0; r < rates.size(); ++r) {
+        source_[r] = static_cast<int>(r);
+        if (rates[r] == 0)
+            channels_[r].reset();
+        else if (!channels_[r] || channels_[r]->rate != rates[r])
+            channels_[r] = std::make_unique<Channel>(rates[r], hashOf(sky_->seed, 1000 + r));
+    }
+}
+
 void Synth::configure(int receivers, int rate) {
-    if (rate == rate_ && receivers == static_cast<int>(channels_.size()))
-        return;
-    const int factor = rate / kBaseRate;
-    if (rate != rate_)
-        channels_.clear();
-    rate_ = rate;
-    blockSamples_ = factor * kHop;
-    receiverShape_ = lowPassShape(rate / 2.0 - 700.0, factor * kHop + 1);
-    while (static_cast<int>(channels_.size()) > receivers)
-        channels_.pop_back();
-    while (static_cast<int>(channels_.size()) < receivers)
-        channels_.push_back(
-            std::make_unique<Channel>(factor * kTransform, hashOf(sky_->seed, 1000 + channels_.size())));
+    configure(std::vector<int>(static_cast<std::size_t>(receivers), rate));
+}
+
+int Synth::blockSamples(int receiver) const {
+    const auto& channel = channels_[static_cast<std::size_t>(receiver)];
+    return channel ? static_cast<int>(channel->samples) : 0;
 }
 
 void Synth::transformStations(const SkyTime& time, std::int64_t block) {
@@ -158,7 +169,7 @@ void Synth::layStation(const Voice& voice, Channel& channel, std::int64_t block,
     const std::int64_t high = std::min<std::int64_t>(voice.reach, bins / 2 - 1 - offset);
     for (std::int64_t j = low; j <= high; ++j) {
         const std::int64_t at = offset + j;
-        const float edge = inside ? 1.0f : receiverShape_[static_cast<std::size_t>(std::abs(at))];
+        const float edge = inside ? 1.0f : channel.shape[static_cast<std::size_t>(std::abs(at))];
         spectrum[static_cast<std::size_t>((at + bins) & (bins - 1))] +=
             weight * edge * voice.laid[static_cast<std::size_t>(j + voice.reach)];
     }
@@ -168,38 +179,47 @@ void Synth::makeBlock(const SkyTime& time, std::int64_t block, std::span<const R
                       double gainDb) {
     const auto gain = static_cast<float>(amplitudeFromDb(gainDb));
     const double density = sky_->noise ? powerFromDb(sky_->noiseFloorDb + gainDb) : 0.0;
-    const auto sigma = static_cast<float>(std::sqrt(density * rate_ / 2.0));
-    const double turn = sky_->adc1PhaseDegrees / 360.0;
-    const Cfloat second = gain * static_cast<float>(amplitudeFromDb(sky_->adc1GainDb)) * phasor(-turn);
-
     transformStations(time, block);
-    peak_ = 4.0f * static_cast<float>(std::sqrt(density * kNyquist / 2.0));
+    peak_ = 4.0f * static_cast<float>(std::sqrt(density * adcClock_ / 4.0));
     for (const auto& voice : voices_)
         peak_ += gain * voice->amplitude;
 
     for (std::size_t r = 0; r < channels_.size(); ++r) {
-        Channel& channel = *channels_[r];
         const ReceiverSetting setting = r < settings.size() ? settings[r] : ReceiverSetting{};
-        const std::int64_t bin = std::llround(setting.frequency / kBin);
-        const double residual = setting.frequency - static_cast<double>(bin) * kBin;
-        auto spectrum = channel.transform.data();
-        std::fill(spectrum.begin(), spectrum.end(), Cfloat{});
-        for (const auto& voice : voices_)
-            if (voice->amplitude > 0.0f)
-                layStation(*voice, channel, block, bin, (setting.adc & 1) ? second : Cfloat{gain, 0.0f});
-        channel.transform.run();
-        auto out = spectrum.last(static_cast<std::size_t>(blockSamples_));
-        rotate(out, -residual * static_cast<double>(block * kHop) / kBaseRate, -residual / rate_);
-        for (Cfloat& x : out)
-            x = std::conj(x);
-        if (sigma > 0.0f)
-            channel.noise.add(out, sigma);
+        const bool shared = setting.copyOf >= 0 && setting.copyOf < static_cast<int>(r);
+        source_[r] = shared ? source_[static_cast<std::size_t>(setting.copyOf)] : static_cast<int>(r);
+        if (channels_[r] && !shared)
+            makeChannel(*channels_[r], block, setting, gainDb + setting.gainDb);
     }
 }
 
+void Synth::makeChannel(Channel& channel, std::int64_t block, const ReceiverSetting& setting, double gainDb) {
+    const double turn = sky_->adc1PhaseDegrees / 360.0;
+    const auto gain = static_cast<float>(amplitudeFromDb(gainDb));
+    const Cfloat second = gain * static_cast<float>(amplitudeFromDb(sky_->adc1GainDb)) * phasor(-turn);
+    const double density = sky_->noise ? powerFromDb(sky_->noiseFloorDb + gainDb) : 0.0;
+    const auto sigma = static_cast<float>(std::sqrt(density * channel.rate / 2.0));
+
+    const std::int64_t bin = std::llround(setting.frequency / kBin);
+    const double residual = setting.frequency - static_cast<double>(bin) * kBin;
+    auto spectrum = channel.transform.data();
+    std::fill(spectrum.begin(), spectrum.end(), Cfloat{});
+    for (const auto& voice : voices_)
+        if (voice->amplitude > 0.0f)
+            layStation(*voice, channel, block, bin, (setting.adc & 1) ? second : Cfloat{gain, 0.0f});
+    channel.transform.run();
+    auto out = channel.block();
+    rotate(out, -residual * static_cast<double>(block * kHop) / kBaseRate, -residual / channel.rate);
+    if (!setting.reversed)
+        for (Cfloat& x : out)
+            x = std::conj(x);
+    if (sigma > 0.0f)
+        channel.noise.add(out, sigma);
+}
+
 std::span<const Cfloat> Synth::samples(int receiver) const {
-    return channels_[static_cast<std::size_t>(receiver)]->transform.data().last(
-        static_cast<std::size_t>(blockSamples_));
+    const int source = source_[static_cast<std::size_t>(receiver)];
+    return channels_[static_cast<std::size_t>(source)]->block();
 }
 
 void Synth::makeWideband(const SkyTime& time, std::int64_t baseSample, double gainDb, std::span<float> out) {
@@ -211,11 +231,11 @@ void Synth::makeWideband(const SkyTime& time, std::int64_t baseSample, double ga
         const double amplitude = gain * static_cast<double>(std::abs(now));
         if (amplitude == 0.0)
             continue;
-        const double step = kTurn * voice->frequency / kAdcClock;
+        const double step = kTurn * voice->frequency / adcClock_;
         const auto dice =
             hashOf(static_cast<std::uint64_t>(baseSample), static_cast<std::uint64_t>(voice->bin));
         const double start = kTurn * 0x1p-53 * static_cast<double>(dice >> 11);
-        // cos(a + n d) by its own recurrence; 2048 steps lose nothing that 12 bits could show
+        // cos(a + n d) by its own recurrence; thousands of steps lose nothing that 16 bits could show
         double before = amplitude * std::cos(start - step);
         double value = amplitude * std::cos(start);
         const double twice = 2.0 * std::cos(step);
@@ -228,7 +248,7 @@ void Synth::makeWideband(const SkyTime& time, std::int64_t baseSample, double ga
     }
     if (sky_->noise) {
         const double density = powerFromDb(sky_->noiseFloorDb + gainDb);
-        wideNoise_.addReal(out, static_cast<float>(std::sqrt(density * kNyquist / 2.0)));
+        wideNoise_.addReal(out, static_cast<float>(std::sqrt(density * adcClock_ / 4.0)));
     }
 }
 

@@ -10,14 +10,17 @@
 
 namespace ferrow::sim {
 
-/// ADC clock of the radio and its first Nyquist zone, Hz.
+/// ADC clock of a protocol 1 radio and its first Nyquist zone, Hz.
 inline constexpr double kAdcClock = 73728000.0;
 inline constexpr double kNyquist = kAdcClock / 2.0;
 
 /// What one receiver is set to.
 struct ReceiverSetting {
-    double frequency = 0.0; ///< of its oscillator, Hz, 0 to kNyquist
+    double frequency = 0.0; ///< of its oscillator, Hz, 0 to half the clock
     int adc = 0;
+    bool reversed = false; ///< the oscillator turns backwards: the output is the conjugate
+    double gainDb = 0.0;   ///< beside the gain of all
+    int copyOf = -1;       ///< an earlier receiver whose samples this one shares, noise included
 };
 
 /// Makes the I/Q of a radio's receivers, block by block: a block is 64 base samples, 5.33 ms.
@@ -35,14 +38,18 @@ public:
     static constexpr int kTransform = 2 * kHop; ///< bins of a narrow station's transform
     static constexpr double kBin = 93.75;       ///< Hz
 
-    /// `clockPpm`: error of the radio's clock; a fast clock hears every station lower.
-    Synth(std::shared_ptr<const Sky> sky, double clockPpm);
+    /// `clockPpm`: error of the radio's clock; a fast clock hears every station lower. `adcClock`: Hz.
+    Synth(std::shared_ptr<const Sky> sky, double clockPpm, double adcClock = kAdcClock);
     ~Synth();
 
-    /// Sets the number of receivers and their rate, a multiple of 48000. Allocates.
+    /// Sets the rate of each receiver: 48000 times a power of two, at most 1536000, or 0 for one that makes
+    /// nothing. Allocates.
+    void configure(std::span<const int> rates);
+    /// So many receivers of one rate.
     void configure(int receivers, int rate);
 
-    int blockSamples() const { return blockSamples_; }
+    /// Samples of that receiver in a block.
+    int blockSamples(int receiver = 0) const;
 
     /// Makes block number `block` (counted from the zero of `time`) for all receivers at `gainDb` of RF gain.
     void makeBlock(const SkyTime& time, std::int64_t block, std::span<const ReceiverSetting> settings,
@@ -62,6 +69,7 @@ private:
     struct Voice;
     struct Channel;
 
+    void makeChannel(Channel& channel, std::int64_t block, const ReceiverSetting& setting, double gainDb);
     void transformStations(const SkyTime& time, std::int64_t block);
     void layStation(const Voice& voice, Channel& channel, std::int64_t block, std::int64_t centreBin,
                     Cfloat weight);
@@ -69,10 +77,9 @@ private:
     std::shared_ptr<const Sky> sky_;
     std::vector<std::unique_ptr<Voice>> voices_;
     std::vector<std::unique_ptr<Channel>> channels_;
-    std::vector<float> receiverShape_; // response of the receiver's own filter, by distance from its centre
+    std::vector<int> source_; // whose samples each receiver has
     NoiseSource wideNoise_;
-    int rate_ = 0;
-    int blockSamples_ = 0;
+    double adcClock_;
     float peak_ = 0.0f;
 };
 

@@ -117,9 +117,70 @@ TEST(DiscoveryReply, ForeignAndShortDatagramsAreNone) {
     }
 }
 
+namespace {
+
+Bytes reply2(std::uint8_t status = 2) {
+    Bytes bytes(60);
+    const std::uint8_t head[] = {0, 0, 0, 0, status, 0x00, 0x1C, 0xC0, 0xA2, 0x12, 0x34, 3, 38, 21};
+    std::copy(std::begin(head), std::end(head), bytes.begin());
+    bytes[20] = 5;
+    return bytes;
+}
+
+} // namespace
+
+TEST(DiscoveryReply, TellsOfARadioOfTheSecondProtocol) {
+    const auto radio = readDiscoveryReply(reply2(), "192.168.1.20");
+    ASSERT_TRUE(radio);
+    EXPECT_EQ(radio->kind, RadioKind::HpsdrNp);
+    EXPECT_EQ(radio->url(), "hpsdr2://192.168.1.20");
+    EXPECT_EQ(radio->macText(), "00:1c:c0:a2:12:34");
+    EXPECT_STREQ(radio->boardName(), "Angelia");
+    EXPECT_EQ(radio->firmwareText(), "21");
+    EXPECT_EQ(radio->receivers, 5);
+    EXPECT_FALSE(radio->running);
+    EXPECT_TRUE(readDiscoveryReply(reply2(3), "")->running);
+    for (std::size_t size = 0; size < 21; ++size) {
+        const Bytes whole = reply2();
+        EXPECT_FALSE(readDiscoveryReply({whole.data(), size}, "")) << size;
+    }
+    for (const std::size_t place : {1U, 2U, 3U, 4U}) {
+        Bytes wrong = reply2();
+        wrong[place] = 0x55;
+        EXPECT_FALSE(readDiscoveryReply(wrong, "")) << place;
+    }
+}
+
+TEST(DiscoveryReply, TheSecondQuestionIsATwoBehindASequenceNumberOf0) {
+    const auto request = discoveryRequest2();
+    ASSERT_EQ(request.size(), 60U);
+    for (std::size_t i = 0; i < request.size(); ++i)
+        EXPECT_EQ(request[i], i == 4 ? 2 : 0) << i;
+}
+
+TEST(Discovery, ARadioOfTheOtherProtocolIsToldApart) {
+    const Responder radio("127.61.0.5", {reply2()});
+    EXPECT_EQ(findRadio({RadioKind::HpsdrNp, "127.61.0.5"}).kind, RadioKind::HpsdrNp);
+    try {
+        findRadio({RadioKind::Hpsdr, "127.61.0.5"}, 300ms);
+        FAIL() << "it does not speak the first";
+    } catch (const Failure& failure) {
+        EXPECT_NE(std::string(failure.what()).find("--radio hpsdr2://127.61.0.5"), std::string::npos)
+            << failure.what();
+    }
+    const auto both = discoverRadios({{"127.61.0.5"}, false, 300ms});
+    ASSERT_EQ(both.size(), 1U);
+    EXPECT_EQ(both[0].kind, RadioKind::HpsdrNp);
+}
+
+TEST(Discovery, OtherKindsAreNotAskedOnTheNetwork) {
+    EXPECT_EQ(findRadio({RadioKind::SdrPlay, "F0002"}).address, "F0002");
+    EXPECT_EQ(findRadio({RadioKind::WsProxy, "ws://h:1/", 3}).remoteId, 3);
+}
+
 TEST(Discovery, FindsARadioAtAnAddress) {
     const Responder radio("127.61.0.1", {reply()});
-    const auto found = findRadio("127.61.0.1");
+    const auto found = findRadio({RadioKind::Hpsdr, "127.61.0.1"});
     EXPECT_EQ(found.address, "127.61.0.1");
     EXPECT_EQ(radio.wrong, 0);
 }
@@ -153,10 +214,10 @@ TEST(Discovery, ForeignDatagramsAreNoRadio) {
 }
 
 TEST(Discovery, SilenceIsAFailure) {
-    EXPECT_THROW(findRadio("127.61.0.4", 200ms), Failure);
+    EXPECT_THROW(findRadio({RadioKind::Hpsdr, "127.61.0.4"}, 200ms), Failure);
 }
 
 TEST(Discovery, AddressesAreIpv4) {
     for (const char* text : {"", "radio", "1.2.3", "1.2.3.4.5", "256.1.1.1", "::1", "1.2.3.4 "})
-        EXPECT_THROW(findRadio(text, 100ms), UsageError) << text;
+        EXPECT_THROW(findRadio({RadioKind::Hpsdr, text}, 100ms), UsageError) << text;
 }

@@ -55,6 +55,8 @@ public:
         if (pid_ > 0)
             kill(pid_, number);
     }
+    // What it has written, as far as it has been read.
+    const std::string& output() const { return outcome_.output; }
     pid_t pid() const { return pid_; }
     Outcome finish() {
         while (readSome()) {

@@ -63,6 +63,18 @@ TEST(HostProgram, WrongCommandLinesEndWithTwo) {
         {"talk", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--json"},
         {"talk", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--ptt", "1", "--microphone", "loud"},
         {"talk", "--radio", "127.61.1.1", "--tune", "14.2M:usb", "--wav", "a.wav", "--microphone", "1"},
+        {"listen", "--radio", "wss://127.0.0.1/iq", "--tune", "14.2M:usb"},
+        {"listen", "--radio", "foo://127.0.0.1", "--tune", "14.2M:usb"},
+        {"listen", "--radio", "ws://127.0.0.1/iq?name=x", "--tune", "14.2M:usb"},
+        {"listen", "--radio", "ws://127.0.0.1/iq", "--tune", "14.2M:usb", "--rate", "192"},
+        {"listen", "--radio", "ws://127.0.0.1/iq", "--tune", "14.2M:usb", "--gain", "10"},
+        {"listen", "--radio", "sdrplay://", "--tune", "14.2M:usb", "--rate", "192"},
+        {"listen", "--radio", "hpsdr2://127.61.1.1", "--tune", "14.2M:usb", "--rate", "2000"},
+        {"listen", "--radio", "hpsdr://127.61.1.1", "--tune", "14.2M:usb", "--rate", "768"},
+        {"tune", "--radio", "sdrplay://", "--frequency", "14.2M"},
+        {"talk", "--radio", "ws://127.0.0.1/iq", "--tune", "14.2M:usb", "--ptt", "1"},
+        {"send", "--radio", "hpsdr2://127.61.1.1", "--mode", "cw", "--tune", "14.03M", "CQ"},
+        {"ft8", "--radio", "sdrplay://", "--band", "20m", "--send", "CQ K1ABC FN42"},
         {"demo", "--loud"},
     };
     for (const auto& arguments : wrong) {

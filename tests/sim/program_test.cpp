@@ -1,3 +1,4 @@
+#include "tests/sim/np_host.hpp"
 #include "tests/sim/test_host.hpp"
 
 #include <csignal>
@@ -108,6 +109,44 @@ TEST(Program, WrongInputEndsWithTwo) {
     EXPECT_EQ(r.code, 2);
     EXPECT_EQ(r.output, "ferrow-sim: scene: " + path + ": stations[0]: needs either level or snr\n");
     fs::remove(path);
+}
+
+TEST(Program, WhatProtocol2CannotDoEndsWithTwo) {
+    for (const char* arguments :
+         {"--tx-record /tmp/x", "--tx-all", "--receivers 9", "--fault los", "--mac 1"}) {
+        const Result r = runSim(std::string("--protocol 2 --duration 1 ") + arguments);
+        EXPECT_EQ(r.code, 2) << arguments;
+    }
+    EXPECT_NE(runSim("--protocol 2 --tx-all").output.find("--tx-all: a radio of protocol 2 only receives"),
+              std::string::npos);
+    EXPECT_EQ(runSim("--protocol 3").code, 2);
+}
+
+TEST(Program, RadiosOfProtocol2TellWhatWasOrdered) {
+    RunningSim sim({"--protocol", "2", "--address", "127.0.22.6", "--address", "127.0.22.7", "--mac",
+                    "02:00:00:00:00:20", "--receivers", "5", "--board-id", "3", "--firmware", "33"});
+    for (int i = 0; i < 2; ++i) {
+        ferrow::sim::testing::NpHost host("127.0.22." + std::to_string(6 + i));
+        std::optional<ferrow::sim::testing::NpHost::Received> reply;
+        for (int attempt = 0; attempt < 20 && !reply; ++attempt) {
+            host.discover();
+            reply = host.receive(100);
+        }
+        ASSERT_TRUE(reply);
+        EXPECT_EQ(reply->bytes[10], 0x20 + i);
+        EXPECT_EQ(reply->bytes[11], 3);
+        EXPECT_EQ(reply->bytes[13], 33);
+        EXPECT_EQ(reply->bytes[20], 5);
+    }
+}
+
+TEST(Program, DiscoveryTellsTheOrderedReceivers) {
+    RunningSim sim({"--address", "127.0.22.8", "--receivers", "3"});
+    TestHost host("127.0.22.8");
+    host.discover();
+    const auto reply = host.receive();
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->bytes[0x13], 3);
 }
 
 TEST(Program, AddressThatCannotBeBoundEndsWithThree) {

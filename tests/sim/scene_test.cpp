@@ -90,6 +90,7 @@ TEST(Scene, MistakesAreNamedWithTheirPlace) {
          "cannot read sound file"},
         {R"({"noise_floor": null, "stations": [{"kind": "carrier", "frequency": 7e6, "snr": 3}]})",
          "the scene has no noise floor"},
+        {R"({"seed": 1e999})", "number overflow"},
         {R"({"faults": ["los"]})", "faults[0]: unknown fault"},
         {R"({"telemetry": {"ain1": -4}})", "telemetry.ain1: -4 is not within"},
         {R"({"telemetry": {"overload": [{"from": 1}]}})", "telemetry.overload[0].from: unknown key"},

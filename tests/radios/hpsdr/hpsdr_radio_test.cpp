@@ -372,13 +372,14 @@ TEST(HpsdrRadio, AProcessMayEndWithARunningRadio) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
-            test::UdpPeer peer(test::ownAddress().c_str(), 1024);
+            static const std::string address = test::ownAddress();
+            test::UdpPeer peer(address.c_str(), 1024);
             test::startRuntime();
             // Kept, as by a host that never releases its handle.
             static std::shared_ptr<HpsdrRadio>* const kept =
                 new std::shared_ptr<HpsdrRadio>(std::make_shared<HpsdrRadio>(rootSyncTask));
             onContext(*kept, [] {
-                (*kept)->ipAddress.setFromHost(test::ownAddress());
+                (*kept)->ipAddress.setFromHost(address);
                 (*kept)->start();
             });
             std::thread traffic([&] {

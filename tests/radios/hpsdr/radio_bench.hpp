@@ -27,10 +27,12 @@ inline void startRuntime() {
     LogCapture warm;
 }
 
-// A loopback address of this process's own, so that programs can run side by side on port 1024.
+// A loopback address of this process's own, so that programs can run side by side on port 1024, and another one
+// at each call, so that nothing from the radio before arrives.
 inline std::string ownAddress() {
+    static int calls = 0;
     const int pid = getpid();
-    return "127." + std::to_string(64 + (pid >> 16 & 63)) + "." + std::to_string(pid >> 8 & 255) + "." +
+    return "127." + std::to_string(128 + calls++ % 100) + "." + std::to_string(pid >> 8 & 255) + "." +
            std::to_string(pid & 255);
 }
 

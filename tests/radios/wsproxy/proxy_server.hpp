@@ -46,6 +46,12 @@ public:
             ::shutdown(handle, SHUT_RDWR);
     }
 
+    // Whether a client is there, as this side sees it.
+    bool connected() {
+        const std::lock_guard lock(mutex);
+        return socket != nullptr;
+    }
+
     void sendText(const std::string& text) { send(true, text); }
     void sendBinary(const std::string& bytes) { send(false, bytes); }
 

@@ -42,6 +42,18 @@ protected:
         start();
         ASSERT_TRUE(server.waitFor(1));
     }
+    // A start waits for the end of the connection before it.
+    void waitForTheEnd() {
+        stop();
+        on([this] { radio->URI.setFromHost("ws://127.0.0.1:1/"); });
+        start();
+    }
+    // Everything that the radio has said, once its connections have ended.
+    std::string said() {
+        waitForTheEnd();
+        radio.reset(); // ends the last one too
+        return testing::internal::GetCapturedStdout();
+    }
 
     ProxyServer server;
     std::shared_ptr<WsProxyRadio> radio;
@@ -122,27 +134,29 @@ TEST_F(WsProxy, AFullCommandRingDropsInSilence) {
     });
     server.sendText(R"({"cmd":"hello"})");
     ASSERT_TRUE(server.waitFor(129));
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_EQ(server.received().size(), 129u) << "addReceiver and 128 commands";
+    // What else there were would come before the answer to this.
+    server.sendText(R"({"cmd":"addReceiverResponse","ID":9})");
+    ASSERT_TRUE(server.waitFor(130));
+    EXPECT_EQ(server.received()[129], R"({"cmd":"subscribeToIQ","RxID":9,"Enable":true})")
+        << "behind addReceiver and 128 commands";
 }
 
 TEST_F(WsProxy, AServerThatDiesLeavesSilenceAndStopAndStartConnectAgain) {
     testing::internal::CaptureStdout();
     connect();
     server.drop();
-    ASSERT_TRUE(ProxyServer::eventually([&] {
-        server.sendText("x");
-        return true;
-    }));
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_EQ(server.connections, 1) << "no connection comes by itself";
+    ASSERT_TRUE(ProxyServer::eventually([&] { return !server.connected(); })) << "the server's side is gone";
     stop();
-    start();
+    start(); // waits for the end of the first connection
     ASSERT_TRUE(server.waitFor(2));
-    EXPECT_EQ(server.connections, 2);
+    EXPECT_EQ(server.connections, 2) << "no connection came by itself";
+    EXPECT_EQ(server.received()[1], R"({"cmd":"addReceiver","ID":4})");
     server.sendBinary(ProxyServer::block(7100000, 0, 0));
     EXPECT_TRUE(eventually([&] { return radio->hwReceivers[0].frequency == 7100000; }));
-    EXPECT_NE(testing::internal::GetCapturedStdout().find("Error: "), std::string::npos);
+    server.drop();
+    const std::string words = said();
+    EXPECT_NE(words.find("Error: "), std::string::npos) << words;
+    EXPECT_EQ(words.find("##ws closed"), std::string::npos) << words;
 }
 
 TEST_F(WsProxy, ManyRestartsGoOnDeliveringSamples) {
@@ -162,25 +176,29 @@ TEST_F(WsProxy, BadTextEndsTheThreadWithAnError) {
     testing::internal::CaptureStdout();
     connect();
     server.sendText("no JSON");
-    on([] {});
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    EXPECT_NE(testing::internal::GetCapturedStdout().find("Error: "), std::string::npos);
+    ASSERT_TRUE(ProxyServer::eventually([&] { return !server.connected(); })) << "the client has hung up";
+    EXPECT_EQ(server.closes, 0) << "without a word";
+    const std::string words = said();
+    EXPECT_NE(words.find("Error: "), std::string::npos) << words;
+    EXPECT_EQ(words.find("##ws closed"), std::string::npos) << words;
 }
 
 TEST_F(WsProxy, NobodyAtTheAddressIsAnErrorWithTheWordConnect) {
     testing::internal::CaptureStdout();
     on([&] { radio->URI.setFromHost("ws://127.0.0.1:1/"); });
     start();
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    const std::string said = testing::internal::GetCapturedStdout();
-    EXPECT_NE(said.find("Error: "), std::string::npos);
-    EXPECT_NE(said.find("connect"), std::string::npos);
+    const std::string words = said();
+    const auto error = words.find("Error: ");
+    ASSERT_NE(error, std::string::npos) << words;
+    EXPECT_NE(words.find("connect", error), std::string::npos) << words;
+    EXPECT_EQ(words.find("##ws"), std::string::npos) << words;
+    EXPECT_EQ(server.connections, 0);
 }
 
 TEST_F(WsProxy, StopWithASilentServerWaitsForOneMoreMessage) {
     connect();
     stop();
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_TRUE(server.connected());
     EXPECT_EQ(server.closes, 0);
     server.sendBinary(ProxyServer::block(7100000, 0, 0));
     EXPECT_TRUE(ProxyServer::eventually([&] { return server.closes == 1; }));
@@ -219,9 +237,16 @@ TEST_F(WsProxy, FrequenciesThatAreNoNumbersAreLoggedOnce) {
 TEST_F(WsProxy, ARadioThatGoesAwayCutsItsConnection) {
     connect();
     server.sendBinary(ProxyServer::block(7100000, 0, 0));
-    test::onContext(radio, [] {});
-    radio.reset();
-    SUCCEED() << "with the server silent";
+    ASSERT_TRUE(eventually([&] { return radio->hwReceivers[0].frequency == 7100000; }));
+    EXPECT_TRUE(server.connected());
+    const std::weak_ptr<WsProxyRadio> watched = radio;
+    const auto began = std::chrono::steady_clock::now();
+    radio.reset(); // with the server silent
+    ASSERT_TRUE(ProxyServer::eventually([&] { return watched.expired(); }));
+    ASSERT_TRUE(ProxyServer::eventually([&] { return !server.connected(); })) << "the server sees it go";
+    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(2));
+    EXPECT_EQ(server.closes, 0) << "there is no time for a word";
+    EXPECT_EQ(server.connections, 1);
 }
 
 TEST_F(WsProxy, ABlockIsHeardAtTheTunedFrequency) {
