@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <future>
 #include <utility>
 
 namespace ferrow::sim::rsp {
@@ -220,7 +221,9 @@ int StandIn::init(void* dev, const CallbackFnsT* callbacks, void* context) {
         return record(Init, FsUpdateError);
     if (!sky_) {
         try {
-            sky_ = skyFromEnvironment();
+            // In a copy of this library with a C library of its own, a caller's thread has no character
+            // tables of that: only threads made in here do.
+            sky_ = std::async(std::launch::async, skyFromEnvironment).get();
         } catch (const std::exception& error) {
             std::fprintf(stderr, "FERROW_STANDIN_SCENE: %s\n", error.what());
             return record(Init, Fail);

@@ -24,6 +24,7 @@ namespace asio = boost::asio;
 using asio::ip::tcp;
 
 constexpr std::int64_t kGiveUpNs = 2'000'000'000; // a clock that is so far behind starts anew
+constexpr double kBeyondAll = 1e10;               // Hz, the clock of a converter that folds no station
 constexpr int kBlocksPerMessage = 2;              // of the synthesizer
 
 } // namespace
@@ -60,8 +61,8 @@ void checkFaults(const std::vector<FaultSpec>& faults) {
 class Server::Work {
 public:
     Work(ServerSettings settings, std::shared_ptr<const Sky> sky)
-        : settings_(std::move(settings)), synth_(std::move(sky), settings_.clockPpm),
-          strikes_(settings_.faults, settings_.seed), acceptor_(io_), timer_(io_) {
+        : acceptor_(io_), timer_(io_), settings_(std::move(settings)),
+          synth_(std::move(sky), settings_.clockPpm, kBeyondAll), strikes_(settings_.faults, settings_.seed) {
         try {
             const tcp::endpoint place(asio::ip::make_address(settings_.host),
                                       static_cast<std::uint16_t>(settings_.port));
@@ -218,6 +219,9 @@ private:
         Receiver* receiver;
     };
 
+    asio::io_context io_; // first: all connections are gone before it
+    tcp::acceptor acceptor_;
+    asio::steady_timer timer_;
     ServerSettings settings_;
     Synth synth_;
     SkyTime time_;
@@ -234,9 +238,6 @@ private:
     std::vector<ReceiverSetting> tuned_;
     std::vector<std::vector<Cfloat>> samples_;
 
-    asio::io_context io_;
-    tcp::acceptor acceptor_;
-    asio::steady_timer timer_;
     std::vector<std::shared_ptr<Client>> clients_;
     std::thread thread_;
 };

@@ -203,7 +203,7 @@ TEST_P(SdrplaySim, AStationIsHeardWhereItIs) {
     const std::string rate = std::to_string(GetParam());
     const Outcome outcome = runOnApi(scene, {"--sdrplay-record", scene.other("calls")},
                                      {"listen", "--radio", "sdrplay://F0002", "--tune", "7.05M:usb", "--rate",
-                                      rate, "--wav", folder.path(), "--duration", "4"});
+                                      rate, "--gain", "9", "--wav", folder.path(), "--duration", "4"});
     EXPECT_EQ(outcome.code, 0) << outcome.output;
     EXPECT_EQ(outcome.output.find("select pass"), std::string::npos) << "remarks of the library";
     expectTheVoice(folder.file("7050000_usb.wav"), rate + " kHz");
@@ -215,7 +215,7 @@ TEST_P(SdrplaySim, AStationIsHeardWhereItIs) {
             continue;
         streamed = true;
         EXPECT_EQ(one.at("stream").at("rate"), GetParam() * 1000.0);
-        EXPECT_GT(one.at("stream").at("gain_events"), 3) << "the gain moved meanwhile";
+        EXPECT_GT(one.at("stream").at("gain_events"), 7) << "the gain moved meanwhile";
         std::printf("%s kHz: %.1f %% of a core, latest %.1f ms\n", rate.c_str(),
                     100 * one.at("stream").at("cpu_s").get<double>() /
                         one.at("stream").at("seconds").get<double>(),
@@ -307,14 +307,41 @@ TEST(SdrplaySim, WhereTheLibraryWasLookedForIsTold) {
     EXPECT_NE(discover.output.find("/no/such/api.so"), std::string::npos) << "somebody has asked for it";
 }
 
+TEST(SecondProtocolSim, AStationIsHeardWhereItIs) {
+    const Scene scene;
+    Running radio({FERROW_SIM_PROGRAM, "--protocol", "2", "--address", "127.62.0.22", "--scene", scene.file(),
+                   "--die-with-parent"});
+    ASSERT_TRUE(radio.waitFor("ready"));
+    for (const char* rate : {"192", "1536"}) {
+        const TemporaryFolder folder;
+        const Outcome outcome =
+            runFerrow({"listen", "--radio", "hpsdr2://127.62.0.22", "--tune", "7.05M:usb", "--tune",
+                       "14.2M:usb", "--rate", rate, "--wav", folder.path(), "--duration", "3"});
+        EXPECT_EQ(outcome.code, 0) << outcome.output;
+        expectTheVoice(folder.file("7050000_usb.wav"), std::string(rate) + " kHz");
+        EXPECT_GT(amplitudeAt(readWav(folder.file("14200000_usb.wav")), 1000), 0.05);
+    }
+    const Outcome levels = runFerrow({"listen", "--radio", "hpsdr2://127.62.0.22", "--tune", "14.2M:usb",
+                                      "--device", "none", "--duration", "3", "--json", "--gain", "-10"});
+    EXPECT_EQ(levels.code, 0) << levels.output;
+    EXPECT_NEAR(levelsOf(levels.output).back(), -70, 0.3) << "gain does not change what is shown";
+    const Outcome first =
+        runFerrow({"listen", "--radio", "127.62.0.22", "--tune", "14.2M:usb", "--device", "none"});
+    EXPECT_EQ(first.code, 1);
+    EXPECT_NE(first.output.find("--radio hpsdr2://127.62.0.22"), std::string::npos) << first.output;
+}
+
 TEST(Discover, ListsAllKindsInOneTable) {
     const Scene scene;
+    Running second({FERROW_SIM_PROGRAM, "--protocol", "2", "--address", "127.62.0.21", "--scene",
+                    scene.file(), "--die-with-parent"});
+    ASSERT_TRUE(second.waitFor("ready"));
     Running first(
         {FERROW_SIM_PROGRAM, "--address", "127.62.0.20", "--scene", scene.file(), "--die-with-parent"});
     ASSERT_TRUE(first.waitFor("ready"));
     const Outcome table = runOnApi(scene, {"--devices", "RSP1A:S1,RSPduo:S2"}, {"discover", "127.62.0.20"});
     EXPECT_EQ(table.code, 0) << table.output;
-    for (const char* url : {"hpsdr://127.62.0.20", "sdrplay://S1", "sdrplay://S2"})
+    for (const char* url : {"hpsdr://127.62.0.20", "hpsdr2://127.62.0.21", "sdrplay://S1", "sdrplay://S2"})
         EXPECT_NE(table.output.find(url), std::string::npos) << table.output;
     EXPECT_EQ(table.output.find("log is in"), std::string::npos) << table.output;
     const Outcome listed =
@@ -326,6 +353,11 @@ TEST(Discover, ListsAllKindsInOneTable) {
             EXPECT_EQ(one.at("kind"), "hpsdr");
             EXPECT_EQ(one.at("address"), "127.62.0.20");
         }
+        if (one.at("url") == "hpsdr2://127.62.0.21") {
+            ++found;
+            EXPECT_EQ(one.at("kind"), "hpsdr2");
+            EXPECT_EQ(one.at("running"), false);
+        }
         if (one.at("url") == "sdrplay://S2") {
             ++found;
             EXPECT_EQ(one.at("kind"), "sdrplay");
@@ -334,7 +366,7 @@ TEST(Discover, ListsAllKindsInOneTable) {
             EXPECT_EQ(one.at("serial"), "S2");
         }
     }
-    EXPECT_EQ(found, 2) << listed.output;
+    EXPECT_EQ(found, 3) << listed.output;
 }
 
 TEST(Discover, SaysNothingOfAnApiThatIsNotInstalled) {

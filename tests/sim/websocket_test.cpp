@@ -25,7 +25,8 @@ std::shared_ptr<const Sky> carriers() {
     return buildSky(parseScene(R"({"noise_floor": null, "stations": [
         {"kind": "carrier", "frequency": 7001500, "level": -20},
         {"kind": "carrier", "frequency": 14000000, "level": -40},
-        {"kind": "carrier", "frequency": 14097600, "level": -30}]})",
+        {"kind": "carrier", "frequency": 14097600, "level": -30},
+        {"kind": "carrier", "frequency": 145003000, "level": -20}]})",
                                ""))
         .sky;
 }
@@ -139,6 +140,8 @@ TEST(WebsocketServer, SendsBlocksOfTheReceiversFrequency) {
         all.insert(all.end(), more.begin(), more.end());
     }
     EXPECT_NEAR(amplitudeAt(all, -1500), 0.1, 1e-5);
+    client.tune(number, 145000000);
+    EXPECT_NEAR(amplitudeAt(client.block().samples(), -3000), 0.1, 1e-5) << "nothing is folded";
     EXPECT_EQ(client.tune(number, 14000000).frequency(), 14000000.0);
     EXPECT_NEAR(amplitudeAt(client.block().samples(), 0), 0.01, 1e-6);
 }
@@ -221,10 +224,13 @@ TEST(WebsocketServer, FaultsStrikeMessages) {
     int texts = 0, kindTwo = 0;
     for (int i = 0; i < 200; ++i) {
         const Message message = client.read();
-        if (message.text)
-            ++texts, EXPECT_THROW(static_cast<void>(json::parse(message.bytes)), json::exception);
-        else
-            ++sizes[message.bytes.size()], kindTwo += message.bytes[0] == 2;
+        if (message.text) {
+            ++texts;
+            EXPECT_FALSE(json::accept(message.bytes));
+            continue;
+        }
+        ++sizes[message.bytes.size()];
+        kindTwo += message.bytes[0] == 2;
     }
     EXPECT_GT(sizes[8208], 10);
     EXPECT_GT(sizes[8210], 10);
