@@ -73,7 +73,10 @@ void RadioSession::setPower(const TransmitPower& power) {
 
 Transceiver& RadioSession::add(long long vfo) {
     arrived_ = nullptr;
-    if (startMakesFirst() && transceivers_.empty())
+    // The first start of these radios makes their receiver, and a transceiver on it; one that is added before
+    // has none.
+    const bool byStart = transceivers_.empty() && startMakesFirst();
+    if (byStart)
         startOnce();
     else
         Radio_addVtrx(radio_.get(), vfo, 0, 0);
@@ -81,7 +84,7 @@ Transceiver& RadioSession::add(long long vfo) {
         throw Failure(interrupted() ? "interrupted" : "the library makes no transceiver; see its log");
     transceivers_.push_back(std::make_unique<Transceiver>(arrived_, vfo, strengthAbove_));
     Transceiver& made = *transceivers_.back();
-    if (startMakesFirst())
+    if (byStart)
         vtrx_setvfo(arrived_, vfo);
     if (!library_.pumpUntil([&] { return made.ready(); }, kPatience))
         throw Failure(interrupted() ? "interrupted" : "the library gives no gain control; see its log");

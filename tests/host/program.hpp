@@ -85,9 +85,10 @@ private:
     Outcome outcome_;
 };
 
-inline Outcome runFerrow(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), FERROW_PROGRAM);
-    return Running(std::move(arguments)).finish();
+inline Outcome runFerrow(const std::vector<std::string>& arguments) {
+    std::vector<std::string> all{FERROW_PROGRAM};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return Running(std::move(all)).finish();
 }
 
 } // namespace ferrow::test

@@ -46,10 +46,15 @@ fi
 inside dpkg --audit | grep . && fail "dpkg finds fault"
 
 inside ferrow --help | grep -q listen || fail "ferrow does not start"
-chroot "$root" ferrow-sim --address 127.64.2.1 --quiet --duration 120 &
+chroot "$root" ferrow-sim --address 127.64.2.1 --duration 600 > "$work/sim.log" 2>&1 &
 sim=$!
+for _ in $(seq 600); do
+    grep -q ready "$work/sim.log" && break
+    sleep 0.1
+done
+grep -q ready "$work/sim.log" || fail "ferrow-sim does not start: $(cat "$work/sim.log")"
 heard=$(inside ferrow listen --radio 127.64.2.1 --tune 14.2M:usb --device none --duration 3 --json --log /fc.log) ||
-    fail "ferrow listen: $heard"
+    fail "ferrow listen: $heard $(cat "$root/fc.log" "$work/sim.log")"
 [ "$(grep -c '"signal_db"' <<< "$heard")" -ge 3 ] || fail "ferrow hears nothing: $heard"
 
 # The development package serves a host; the compiler is this machine's.

@@ -86,9 +86,9 @@ protected:
         settled();
         const std::size_t before = heard.size();
         for (std::size_t i = 0; i < blocks; ++i) {
-            fake->deliverSamples(
-                [&](std::complex<float>* to, std::size_t count) { std::generate_n(to, count, std::ref(next)); }, kBlock,
-                0);
+            fake->deliverSamples([&](std::complex<float>* to,
+                                     std::size_t count) { std::generate_n(to, count, std::ref(next)); },
+                                 kBlock, 0);
             EXPECT_TRUE(pumpFor([&] { return heard.size() >= before + (i + 1) * kBlock; }));
         }
         return {heard.begin() + static_cast<std::ptrdiff_t>(before), heard.end()};
@@ -152,7 +152,8 @@ TEST_F(NoiseReduction, TakesNoiseAwayByThePercentageOfItsGains) {
 TEST_F(NoiseReduction, AtZeroTheBlocksComeOneLaterAndHighPassed) {
     agc_setAttack(gain, 1e9f);
     agc_setDecay(gain, 1e9f);
-    vtrx_setRxFilter(transceiver, 20, 20000); // beside empty bands the pitch filter's energies take a little away
+    vtrx_setRxFilter(transceiver, 20,
+                     20000); // beside empty bands the pitch filter's energies take a little away
     const std::vector<float> plain = run(40, hiss(0.02f));
     run(20, [] { return std::complex<float>(); }); // the filter forgets
     reduce(true, 0);
@@ -223,9 +224,11 @@ TEST_F(NoiseReduction, AfterATransmissionItIsSilentFor29BlocksAndTheGainStandsFo
     vtrx_setptt(transceiver, true);
     settled();
     const std::size_t before = heard.size();
-    fake->deliverSamples([next = tone(0.9)](std::complex<float>* to,
-                                            std::size_t count) mutable { std::generate_n(to, count, std::ref(next)); },
-                         kBlock, 0);
+    fake->deliverSamples(
+        [next = tone(0.9)](std::complex<float>* to, std::size_t count) mutable {
+            std::generate_n(to, count, std::ref(next));
+        },
+        kBlock, 0);
     settled();
     getUpdates();
     EXPECT_EQ(heard.size(), before) << "while it transmits there is no sound to tell of";
