@@ -106,9 +106,12 @@ void RadioSession::start() {
     for (const auto& transceiver : transceivers_)
         transceiver->start();
     startOnce();
-    if (!library_.pumpUntil([&] { return samplesSince(began); }, kPatience) && !interrupted())
-        throw Failure(fmt::format("no samples from the radio at {} within {} s{}", place(), kPatience.count(),
-                                  complaint()));
+    library_.pumpUntil([&] { return samplesSince(began) || !complaint().empty(); }, kPatience);
+    if (!samplesSince(began) && !interrupted())
+        throw Failure(
+            complaint().empty()
+                ? fmt::format("no samples from the radio at {} within {} s", place(), kPatience.count())
+                : fmt::format("no samples from the radio at {}{}", place(), complaint()));
     // Only now is a receiver's number at a server known: what was tuned before has gone nowhere.
     if (startMakesFirst())
         for (const auto& transceiver : transceivers_)
