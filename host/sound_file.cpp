@@ -77,6 +77,8 @@ WavWriter::~WavWriter() {
 }
 
 void WavWriter::write(std::span<const float> samples) {
+    if (samples.empty())
+        return;
     words_.clear();
     for (const float x : samples) {
         const float limited = std::isnan(x) ? 0.0F : std::clamp(x, -1.0F, 1.0F);

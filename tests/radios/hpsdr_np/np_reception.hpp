@@ -130,6 +130,8 @@ public:
             one->remove();
             one->release();
         }
+        if (arrived_ != nullptr)
+            vtrx_release(arrived_);
         radio_.reset();
         EXPECT_TRUE(library().settle(before_, 5s));
     }
