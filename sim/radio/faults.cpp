@@ -3,6 +3,7 @@
 #include "sim/sky/noise.hpp"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 
 namespace ferrow::sim {
@@ -66,6 +67,13 @@ void setKey(FaultSpec& fault, const std::string& key, double value) {
 
 const char* nameOf(FaultKind kind) {
     return kNames[static_cast<std::size_t>(kind)];
+}
+
+nlohmann::json countsByName(const FaultCounts& counts) {
+    nlohmann::json named;
+    for (std::size_t i = 0; i < counts.size(); ++i)
+        named[nameOf(static_cast<FaultKind>(i))] = counts[i];
+    return named;
 }
 
 FaultSpec parseFault(const std::string& text) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <nlohmann/json_fwd.hpp>
 #include <span>
 #include <string>
 #include <vector>
@@ -13,6 +14,11 @@ namespace ferrow::sim {
 enum class FaultKind { Loss, Duplicate, Reorder, Jitter, Stall, Restart, Garbage, WrongEndpoint, Short };
 inline constexpr int kFaultKinds = 9;
 const char* nameOf(FaultKind kind);
+
+/// Times that each kind has struck.
+using FaultCounts = std::array<std::int64_t, kFaultKinds>;
+/// The counts by the kinds' names, for the statistics.
+nlohmann::json countsByName(const FaultCounts& counts);
 
 /// One fault to order. It strikes packets whose time in the stream lies in [start, end): each `every`-th one,
 /// else each with `probability`, else (both 0) all of them. Stall and restart without a rule strike once, at
@@ -65,7 +71,7 @@ public:
 
     std::deque<Datagram>& queue() { return queue_; }
     const std::deque<Datagram>& queue() const { return queue_; }
-    const std::array<std::int64_t, kFaultKinds>& counts() const { return counts_; }
+    const FaultCounts& counts() const { return counts_; }
 
 private:
     struct Held {
@@ -82,7 +88,7 @@ private:
     PacketForm form_;
     std::deque<Datagram> queue_;
     std::vector<Held> held_;
-    std::array<std::int64_t, kFaultKinds> counts_{};
+    FaultCounts counts_{};
     std::uint32_t sequenceBase_ = 0;
     std::int64_t stallUntil_ = 0;
     std::int64_t lastRelease_ = 0;

@@ -217,9 +217,6 @@ nlohmann::json NpRadio::report() const {
 }
 
 void to_json(nlohmann::json& json, const NpStatistics& s) {
-    nlohmann::json faults;
-    for (std::size_t i = 0; i < s.faults.size(); ++i)
-        faults[nameOf(static_cast<FaultKind>(i))] = s.faults[i];
     json = {{"in",
              {{"discovery", s.discoveries},
               {"general", s.generals},
@@ -240,7 +237,7 @@ void to_json(nlohmann::json& json, const NpStatistics& s) {
             {"starts", s.starts},
             {"stops", s.stops},
             {"watchdog_stops", s.watchdogStops},
-            {"faults", faults}};
+            {"faults", countsByName(s.faults)}};
 }
 
 } // namespace ferrow::sim

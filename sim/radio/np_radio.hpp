@@ -25,7 +25,7 @@ struct NpStatistics {
     std::int64_t bytesOut = 0;
     std::int64_t sendErrors = 0;
     double latestMs = 0.0;
-    std::array<std::int64_t, kFaultKinds> faults{};
+    FaultCounts faults{};
 };
 
 /// One simulated radio of protocol 2: a socket for each of its ports, a thread that listens and a thread that

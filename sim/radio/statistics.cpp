@@ -48,9 +48,6 @@ double Statistics::controlRate() const {
 }
 
 void to_json(nlohmann::json& json, const Statistics& s) {
-    nlohmann::json faults;
-    for (std::size_t i = 0; i < s.faults.size(); ++i)
-        faults[nameOf(static_cast<FaultKind>(i))] = s.faults[i];
     json = {{"in",
              {{"discovery", s.discoveries},
               {"command", s.commands},
@@ -78,7 +75,7 @@ void to_json(nlohmann::json& json, const Statistics& s) {
               {"underflows", s.txUnderflows},
               {"unkeyed", s.txUnkeyed},
               {"highest", s.txHighest}}},
-            {"faults", faults}};
+            {"faults", countsByName(s.faults)}};
 }
 
 } // namespace ferrow::sim

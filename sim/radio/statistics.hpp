@@ -28,7 +28,7 @@ struct Statistics {
     std::int64_t bytesOut = 0;
     std::int64_t sendErrors = 0;
     double latestMs = 0.0; ///< how late the latest packet left
-    std::array<std::int64_t, kFaultKinds> faults{};
+    FaultCounts faults{};
     int txOverflows = 0;
     int txUnderflows = 0;
     int txUnkeyed = 0;      ///< times that the radio left the air by itself, its buffer dry

@@ -193,9 +193,6 @@ private:
                                      {"blocks", receiver.blocks}});
             clients.push_back({{"receivers", receivers}});
         }
-        nlohmann::json faults;
-        for (std::size_t i = 0; i < strikes_.counts().size(); ++i)
-            faults[nameOf(static_cast<FaultKind>(i))] = strikes_.counts()[i];
         return {{"url", "ws://" + settings_.host + ":" + std::to_string(settings_.port) + settings_.path},
                 {"connections", connections_},
                 {"in",
@@ -210,7 +207,7 @@ private:
                   {"bytes", counts_.bytes},
                   {"dropped", counts_.dropped},
                   {"latest_ms", latestMs_}}},
-                {"faults", faults},
+                {"faults", countsByName(strikes_.counts())},
                 {"clients", clients}};
     }
 

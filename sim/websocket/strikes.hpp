@@ -27,7 +27,7 @@ public:
     Strikes(std::vector<FaultSpec> faults, std::uint64_t seed);
 
     Strike next(std::int64_t message, double seconds, std::int64_t nowNs);
-    const std::array<std::int64_t, kFaultKinds>& counts() const { return counts_; }
+    const FaultCounts& counts() const { return counts_; }
 
 private:
     bool strikes(std::size_t fault, std::int64_t message, double seconds);
@@ -38,7 +38,7 @@ private:
     std::uint64_t seed_;
     std::int64_t stallUntil_ = 0;
     bool stallDrops_ = false;
-    std::array<std::int64_t, kFaultKinds> counts_{};
+    FaultCounts counts_{};
 };
 
 } // namespace ferrow::sim::proxy
