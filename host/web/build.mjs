@@ -27,7 +27,7 @@ async function tests(kind) {
   await build({
     entryPoints: readdirSync(from).filter((name) => name.endsWith(".ts")).map((name) => join(from, name)),
     outdir: out,
-    outExtension: { ".js": ".mjs" },
+    outExtension: { ".js": kind === "tools" ? ".mjs" : ".test.mjs" },
     bundle: true,
     platform: "node",
     format: "esm",

@@ -15,6 +15,7 @@ export interface StreamReport {
 const kLeast = 0.025;
 const kMost = 0.25;
 const kCapacity = 2; // seconds
+const kEase = 0.004; // seconds off the target that are left alone
 
 /** One transceiver's audio. The buffer grows after a dropout and shrinks while it is never nearly empty. */
 export class JitterBuffer {
@@ -74,7 +75,8 @@ export class JitterBuffer {
     }
     // Two clocks are never the same: a little faster when too much waits, a little slower when too little, half a percent at most.
     this.smooth += (this.fill - this.smooth) * 0.02;
-    const pull = Math.max(-0.005, Math.min(0.005, (this.smooth - this.target) * 0.25));
+    const over = this.smooth - this.target;
+    const pull = Math.max(-0.005, Math.min(0.005, (over - Math.max(-kEase, Math.min(kEase, over))) * 0.25));
     const step = (this.rate / this.outRate) * (1 + pull);
     for (let i = 0; i < out.length; ++i) {
       if (this.written - this.read < 3) {

@@ -36,7 +36,7 @@ export class Meter {
     this.last = now;
     if (one.strength === null) return;
     one.needle.update(one.strength, seconds);
-    this.bar.style.transform = `scaleX(${meterPlace(one.needle.value, s9).toFixed(4)})`;
+    this.bar.style.clipPath = `inset(0 ${((1 - meterPlace(one.needle.value, s9)) * 100).toFixed(2)}% 0 0)`;
     this.peak.style.left = `${(meterPlace(one.needle.peak, s9) * 100).toFixed(2)}%`;
     if (now - this.told < 150) return;
     this.told = now;

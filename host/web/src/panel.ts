@@ -27,8 +27,8 @@ export class Panel {
     const tools = h(
       "div",
       { class: "panel-tools" },
-      iconButton("minus", "Zoom out", () => rig.look(one, { centre: one.view.centre, span: Math.min(rig.rate, one.view.span * 2) })),
-      iconButton("plus", "Zoom in", () => rig.look(one, { centre: one.state.frequency, span: Math.max(1000, one.view.span / 2) })),
+      iconButton("minus", "Zoom out", () => rig.look(one, { centre: one.view.centre, span: Math.min(rig.rate, one.view.span * 2) }), { class: "icon-button zoom" }),
+      iconButton("plus", "Zoom in", () => rig.look(one, { centre: one.state.frequency, span: Math.max(1000, one.view.span / 2) }), { class: "icon-button zoom" }),
       iconButton("centre", "Centre the picture on the dial", () => rig.look(one, { centre: one.state.frequency, span: one.view.span })),
       this.mute,
       iconButton("close", `Close ${label.toLowerCase()}`, () => rig.remove(one), { class: "icon-button close" }),

@@ -90,8 +90,8 @@ export function slotAt(time: number, mode: string): { seconds: number; even: boo
   return { seconds: (inMinute % length) / 1000, even: Math.floor(inMinute / length) % 2 === 0 };
 }
 
-/** Whether the period that a decode's "hhmmss" names is even. */
+/** Whether the period that a decode's "hhmmss" names is even; half seconds of FT4 may be missing in it. */
 export function slotIsEven(hhmmss: string, mode: string): boolean {
-  const seconds = Number(hhmmss.slice(4, 6)) + (mode === "ft4" ? 0.01 : 0);
+  const seconds = Number(hhmmss.slice(4, 6)) + (mode === "ft4" ? 0.75 : 0);
   return Math.floor(seconds / slotLength(mode)) % 2 === 0;
 }

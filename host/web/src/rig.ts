@@ -32,6 +32,13 @@ const kUnset: Omit<TransceiverState, "id" | "frequency" | "mode"> = {
   low: 200, high: 2800, agc: "medium", gain: 0, squelch: null, nr: null, volume: 0.5, mute: false, marker: null, valid: true,
 };
 
+/** What is set again on a transceiver that was asked for anew: all but what "add" has said. */
+function restorable(state: Settings): Settings {
+  const { low, high, agc, gain, squelch, nr, volume, mute, marker } = state;
+  const all = { low, high, agc, gain, squelch, nr, volume, mute, marker: marker ?? undefined };
+  return Object.fromEntries(Object.entries(all).filter(([, value]) => value !== undefined));
+}
+
 export class Rig extends Emitter<RigEvents> {
   readonly transceivers: Transceiver[] = [];
   readonly connection: Connection;
@@ -193,12 +200,17 @@ export class Rig extends Emitter<RigEvents> {
 
   private revive(saved: SavedTransceiver): void {
     const state = { ...kUnset, ...saved.state, id: 0, valid: true };
-    this.transceivers.push(new Transceiver(this.nextKey++, state, saved.span, saved.offset));
+    const one = new Transceiver(this.nextKey++, state, saved.span, saved.offset);
+    one.restore = restorable(saved.state);
+    this.transceivers.push(one);
   }
 
   private linkChanged(state: LinkState): void {
     if (state === "lost") {
-      for (const one of this.transceivers) one.id = null;
+      for (const one of this.transceivers) {
+        if (one.id !== null) one.restore = restorable(one.state);
+        one.id = null;
+      }
       this.adding = [];
       this.lastView.clear();
       this.audio.clear();
@@ -313,10 +325,10 @@ export class Rig extends Emitter<RigEvents> {
     one.id = plain.id;
     one.hear(plain);
     // What was set before the connection was lost, or before this answer came, is set again.
-    const { id: _id, valid: _valid, frequency: _frequency, mode: _mode, marker, ...others } = one.state;
-    const rest: Settings = marker === null ? others : { ...others, marker };
-    this.unsent.set(one, { ...rest, ...this.unsent.get(one) });
-    one.wish(rest, performance.now());
+    const again = { ...one.restore, ...this.unsent.get(one) };
+    one.restore = null;
+    if (Object.keys(again).length > 0) this.unsent.set(one, again);
+    one.wish(again, performance.now());
     one.settle(performance.now());
     this.unseen.add(one);
     this.flush();

@@ -11,7 +11,7 @@ interface Shown {
   key: string;
   hz: number;
   text: string;
-  kind: "text" | "cq" | "call" | "bookmark";
+  kind: "text" | "cq" | "call" | "marked";
   act(): void;
 }
 
@@ -36,7 +36,7 @@ export class ScopeLabels {
     for (const one of shown) {
       const x = xOf(this.one.view, one.hz, width);
       if (x < 0 || x > width - 8) continue;
-      const room = Math.min(one.kind === "text" ? 170 : 90, 12 + one.text.length * 6.6);
+      const room = Math.min(170, 13 + one.text.length * 7.6);
       const row = ends.findIndex((end) => end < x);
       if (row < 0) continue;
       ends[row] = x + room;
@@ -75,7 +75,7 @@ export class ScopeLabels {
     });
     if (family === "slots") all.push(...this.calls());
     for (const mark of bookmarks())
-      all.push({ key: `b${mark.frequency}${mark.name}`, hz: mark.frequency, text: mark.name, kind: "bookmark", act: () => rig.goto(one, mark.frequency, mark.mode) });
+      all.push({ key: `b${mark.frequency}${mark.name}`, hz: mark.frequency, text: mark.name, kind: "marked", act: () => rig.goto(one, mark.frequency, mark.mode) });
     return all;
   }
 

@@ -1,7 +1,7 @@
 // One transceiver of the page: what the server says of it, what its picture shows, what it has heard.
 import { History } from "./history";
 import { AutoLevel, TraceHistory, type Range } from "./levels";
-import type { DecodeLine, Label, SpectrumFrame, TransceiverState } from "./protocol";
+import type { DecodeLine, Label, Settings, SpectrumFrame, TransceiverState } from "./protocol";
 import type { SavedTransceiver } from "./settings";
 import { Needle } from "./smeter";
 import type { View } from "./view";
@@ -39,6 +39,8 @@ export class Transceiver {
   text: TextLine[] = [];
   spectrum: Float32Array = new Float32Array(2048);
   frame: SpectrumFrame | null = null;
+  /** What is to be set when the server has it again. */
+  restore: Settings | null = null;
   /** Called with a decode that the operator chose to answer. */
   picked: ((line: Decode) => void) | null = null;
   /** Spectra received so far, and how many of them were on the screen. */

@@ -60,7 +60,7 @@ const kWidths: Record<string, readonly number[]> = {
   cw: [100, 250, 500, 1000],
   am: [5000, 7000, 9000, 12000],
   fm: [8000, 12000, 15000],
-  voice: [1800, 2400, 2700, 3600],
+  voice: [1800, 2400, 3000, 3600],
   rtty: [300, 500, 1000, 2000],
 };
 
@@ -69,7 +69,7 @@ export function presets(mode: ModeInfo): Preset[] {
   const widths = kWidths[mode.name] ?? kWidths[mode.family];
   const label = (width: number): string => (width >= 1000 ? `${width / 1000}k` : String(width));
   if (!widths) return [{ name: label(mode.high - mode.low), low: mode.low, high: mode.high }];
-  return widths.map((width) => {
+  return [...new Set([...widths, mode.high - mode.low])].sort((a, b) => a - b).map((width) => {
     const name = label(width);
     if (mode.low < 0 && mode.high > 0) return { name, low: -width / 2, high: width / 2 };
     if (mode.family !== "voice") {
