@@ -40,6 +40,9 @@ public:
     // Gives the handle back to the library.
     void reset();
 
+    // Expires when the library has deleted the object: from then on none of its callbacks runs any more.
+    std::weak_ptr<const void> life() const { return claims_; }
+
     // Binds a function to one of the object's slots: object.bind(vtrx_bindvfo, [](long long hertz) { ... }).
     template <typename... Args, typename Function>
     void bind(void (*binder)(void*, void (*)(Args...)), Function&& function) {
