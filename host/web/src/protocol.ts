@@ -24,6 +24,7 @@ export interface Hello {
   modes: ModeInfo[];
   transmit: Transmit;
   audio: { formats: string[]; rate: number };
+  limits?: { transceivers: number };
   time: number;
 }
 

@@ -83,13 +83,17 @@ export class Rig extends Emitter<RigEvents> {
     return this.hello?.radio.rate ?? 192000;
   }
 
+  private get most(): number {
+    return this.hello?.limits?.transceivers ?? kMostTransceivers;
+  }
+
   get full(): boolean {
-    return this.transceivers.length >= kMostTransceivers;
+    return this.transceivers.length >= this.most;
   }
 
   add(frequency: number, mode: string, span?: number): void {
     if (this.full) {
-      this.emit("notice", { kind: "info", text: `There are ${kMostTransceivers} transceivers already.` });
+      this.emit("notice", { kind: "info", text: `There are ${this.most} transceivers already.` });
       return;
     }
     const info = this.modeOf(mode);

@@ -153,7 +153,7 @@ export class Scope {
     rig.choose(one);
     const perPixel = one.view.span / this.width;
     const { frame } = one;
-    if (frame && (family !== "voice" || one.state.mode === "am"))
+    if (frame && (family === "cw" || family === "psk" || one.state.mode === "am"))
       hz = snapToPeak(hz, Math.max(40, 6 * perPixel), one.spectrum, frame.values.length, frame.low, frame.high);
     const tuning = tuningOfClick(hz, one.state, rig.modeOf(one.state.mode), one.view.span);
     if (tuning.marker !== undefined) rig.set(one, { marker: tuning.marker });

@@ -1,6 +1,8 @@
 // What a click at a frequency means in each mode.
 import type { ModeInfo, TransceiverState } from "./protocol";
 
+/** Hz between the tones of RTTY; its marker is the lower one. */
+const kShift = 170;
 /** Hz of the tone that a CW signal on the dial's frequency makes. */
 export const kCwPitch = 650;
 
@@ -28,7 +30,7 @@ export interface Tuning {
 export function tuningOfClick(hz: number, state: TransceiverState, mode: ModeInfo | null, span: number): Tuning {
   const family = mode?.family ?? "voice";
   if (hasMarker(family)) {
-    const audio = Math.round(hz - state.frequency);
+    const audio = Math.round(hz - state.frequency) - (family === "rtty" ? kShift / 2 : 0);
     if (audio >= 100 && audio <= 3500) return { marker: audio };
     const marker = state.marker ?? 1500;
     return { frequency: Math.round((hz - marker) / 10) * 10 };
