@@ -4,6 +4,8 @@ import { epochNow } from "./connection";
 import { Mixer, type MixerMessage, type MixerReport, type StreamReport } from "./jitter";
 import { pcmSamples, type AudioPacket } from "./protocol";
 
+const kOldest = 800; // ms
+
 export const opusPossible = (): boolean => typeof AudioDecoder !== "undefined";
 
 interface OpusStream {
@@ -63,6 +65,9 @@ export class AudioPlayer {
   push(packet: AudioPacket): void {
     if (!this.post || !this.running) return;
     ++this.packets;
+    // A page that could not keep up has a queue of old sound before it; that is not to be heard any more.
+    const ahead = this.serverAhead();
+    if (ahead !== null && epochNow() + ahead - packet.time > kOldest) return;
     if (packet.format === "opus") this.decode(packet);
     else this.play(packet.id, pcmSamples(packet.payload), packet.rate, packet.time);
   }

@@ -15,9 +15,15 @@ export interface StreamReport {
 const kLeast = 0.025;
 const kMost = 0.25;
 const kCapacity = 2; // seconds
+const kPause = 0.3; // seconds without a packet that are silence, not a late packet
+const kReserve = 0.015; // seconds that are to wait at the worst moment
+const kFade = 0.008; // of a sample
 const kEase = 0.004; // seconds off the target that are left alone
 
-/** One transceiver's audio. The buffer grows after a dropout and shrinks while it is never nearly empty. */
+/**
+ * One transceiver's audio. The buffer grows after a dropout and shrinks while it is never nearly empty; what waits for no good is
+ * passed over, faded from the one place to the other.
+ */
 export class JitterBuffer {
   underruns = 0;
   skips = 0;
@@ -32,6 +38,11 @@ export class JitterBuffer {
   private lowest = Infinity;
   private watched = 0;
   private loudness = 0;
+  private starved = 0;
+  // Where it was before it passed over something, and how loud that is still.
+  private old = 0;
+  private oldPart = 0;
+  private patience = 0.04;
 
   constructor(private readonly outRate: number) {}
 
@@ -48,11 +59,25 @@ export class JitterBuffer {
       ++this.written;
     }
     this.endTime = time;
-    if (this.fill > this.target + 0.15 || this.written - this.read > this.ring.length) {
-      this.read = this.written - this.target * this.rate;
-      this.smooth = this.target;
-      ++this.skips;
+    if (!this.playing && this.starved > kPause) {
+      // The stream was muted: nothing is to be learnt from that.
+      this.target = this.patience;
+      --this.underruns;
     }
+    this.starved = 0;
+    if (this.fill > this.target + 0.15 || this.written - this.read > this.ring.length) {
+      this.skipTo(this.written - this.target * this.rate);
+    }
+  }
+
+  private skipTo(place: number): void {
+    this.old = this.read;
+    this.oldPart = this.written - this.read > this.ring.length ? 0 : 1;
+    this.read = place;
+    this.smooth = this.fill;
+    this.lowest = Infinity;
+    this.watched = 0;
+    ++this.skips;
   }
 
   /** Seconds of audio waiting. */
@@ -68,6 +93,7 @@ export class JitterBuffer {
   mixInto(out: Float32Array): void {
     if (!this.rate) return;
     if (!this.playing) {
+      if (this.underruns > 0) this.starved += out.length / this.outRate;
       if (this.fill < this.target) return;
       this.playing = true;
       this.smooth = this.fill;
@@ -82,13 +108,20 @@ export class JitterBuffer {
       if (this.written - this.read < 3) {
         this.playing = false;
         ++this.underruns;
+        this.patience = this.target;
         this.target = Math.min(kMost, this.target + 0.015);
         this.lowest = Infinity;
         this.watched = 0;
         return;
       }
       this.loudness = Math.min(1, this.loudness + 0.004);
-      out[i] = (out[i] as number) + this.loudness * this.sampleAt(this.read);
+      let sample = this.sampleAt(this.read);
+      if (this.oldPart > 0) {
+        sample += this.oldPart * (this.sampleAt(this.old) - sample);
+        this.old += step;
+        this.oldPart -= kFade;
+      }
+      out[i] = (out[i] as number) + this.loudness * sample;
       this.read += step;
     }
     this.watch(out.length / this.outRate);
@@ -97,8 +130,13 @@ export class JitterBuffer {
   private watch(seconds: number): void {
     this.lowest = Math.min(this.lowest, this.fill);
     this.watched += seconds;
+    const excess = this.lowest - kReserve;
+    if (excess > 0.03 && this.watched > 1.5) {
+      this.skipTo(this.read + excess * this.rate);
+      return;
+    }
     if (this.watched < 4) return;
-    if (this.lowest > 0.018) this.target = Math.max(kLeast, this.target - Math.min(0.01, (this.lowest - 0.018) / 2));
+    if (excess > 0) this.target = Math.max(kLeast, this.target - Math.min(0.01, excess / 2));
     this.lowest = Infinity;
     this.watched = 0;
   }

@@ -1,6 +1,6 @@
 // What must hold for the page on small screens, and through a lost connection.
 import assert from "node:assert/strict";
-import { after, before, test } from "node:test";
+import { after, afterEach, before, test } from "node:test";
 import type { Browser, Page } from "playwright-core";
 import { launch } from "../support/browser";
 import { frequency, openPage, received, spectra, until } from "../support/page";
@@ -12,6 +12,10 @@ let browser: Browser;
 before(async () => {
   browser = await launch();
   await station.start();
+});
+// Also what a failed test has left open.
+afterEach(async () => {
+  for (const context of browser.contexts()) await context.close();
 });
 after(async () => {
   await browser?.close();
@@ -41,7 +45,6 @@ test("on a phone nothing overflows, whatever is shown", async () => {
   await until(() => frequency(page), (hz) => hz === 7_150_000, 5, "the other transceiver");
   assert.equal(await page.locator(".panel:visible").count(), 1);
   assert.deepEqual(errors, []);
-  await page.context().close();
 });
 
 test("two fingers zoom, one moves the picture", async () => {
@@ -66,7 +69,6 @@ test("two fingers zoom, one moves the picture", async () => {
   await touch("touchEnd");
   await until(middle, (now) => now < from - 1000, 10, "moved");
   assert.equal(await frequency(page), 14_150_000);
-  await page.context().close();
 });
 
 test("a server that dies and comes back finds everything restored", async () => {
@@ -86,7 +88,6 @@ test("a server that dies and comes back finds everything restored", async () => 
   const [a, b] = states;
   assert.deepEqual([a?.frequency, a?.mode, a?.low, a?.high, a?.agc, a?.volume], [14_150_000, "usb", 300, 2400, "slow", 0.25]);
   assert.deepEqual([b?.frequency, b?.mode], [7_215_000, "am"]);
-  await page.context().close();
 });
 
 test("a page that is opened again is as it was left", async () => {
@@ -102,7 +103,6 @@ test("a page that is opened again is as it was left", async () => {
   await page.getByRole("tab", { name: "Bookmarks" }).click();
   await page.locator(".bookmark").first().click();
   assert.equal(await frequency(page), 14_200_000);
-  await page.context().close();
 });
 
 test("nothing is sent before transmitting is switched on; then the key is held and let go", async () => {
@@ -125,5 +125,4 @@ test("nothing is sent before transmitting is switched on; then the key is held a
   assert.equal(await keyed(), true);
   await page.keyboard.press("Escape");
   await until(keyed, (on) => !on, 20, "off the air");
-  await page.context().close();
 });

@@ -70,13 +70,13 @@ export async function columns(page: Page, selector: string, from: number, to: nu
   const png = (await page.locator(selector).first().screenshot()).toString("base64");
   return page.evaluate(
     async ([data, low, high]) => {
-      const bytes = Uint8Array.from(atob(data as string), (one) => one.charCodeAt(0));
+      const bytes = Uint8Array.from(atob(data), (one) => one.charCodeAt(0));
       const picture = await createImageBitmap(new Blob([bytes], { type: "image/png" }));
       const canvas = new OffscreenCanvas(picture.width, picture.height);
       const context = canvas.getContext("2d") as OffscreenCanvasRenderingContext2D;
       context.drawImage(picture, 0, 0);
-      const top = Math.floor(picture.height * (low as number));
-      const rows = Math.max(1, Math.floor(picture.height * (high as number)) - top);
+      const top = Math.floor(picture.height * (low));
+      const rows = Math.max(1, Math.floor(picture.height * (high)) - top);
       const { data: pixels } = context.getImageData(0, top, picture.width, rows);
       return Array.from({ length: picture.width }, (_, x) => {
         let sum = 0;

@@ -45,6 +45,8 @@ export class Station {
   /** At the same port as before, if there was one. */
   async startServer(): Promise<void> {
     const parameters = ["serve", "--radio", this.address, "--rate", "384", "--listen", `${this.address}:${this.port}`, ...this.options];
+    // A radio whose server was killed streams on to nobody.
+    if (this.port) parameters.push("--take-over");
     const { child, ready, ended } = await startReady(program("FERROW_PROGRAM"), parameters);
     this.server = child;
     this.serverEnded = ended;
