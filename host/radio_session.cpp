@@ -75,6 +75,8 @@ void RadioSession::setPower(const TransmitPower& power) {
 
 Transceiver& RadioSession::add(long long vfo) {
     arrived_ = nullptr;
+    if (!tellsPackets())
+        lastPackets_ = Transceiver::Clock::now(); // its sound gets some time
     // The first start of these radios makes their receiver, and a transceiver on it; one that is added before
     // has none.
     const bool byStart = transceivers_.empty() && startMakesFirst() && !started_;

@@ -52,9 +52,7 @@ int serveRadio(const Options& options) {
     std::optional<TransmitGuard> guard;
     if (options.transmit)
         guard.emplace(found.address, options.arguments.watchdog());
-    LibraryOptions libraryOptions = options.radio.library;
-    libraryOptions.sound = false;
-    Library library(libraryOptions);
+    Library library(options.radio.library);
     watchInterrupts();
     serve::StationDoor door;
     serve::Traffic traffic;

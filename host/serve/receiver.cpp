@@ -43,7 +43,12 @@ Receiver::Receiver(const ReceiverPlace& place, int id, std::shared_ptr<Peer> pee
         peer->send(OutgoingFrame{true, std::make_shared<const Bytes>(std::move(bytes))});
     });
     audio_->setFormat(format);
-    makeMode();
+    try {
+        makeMode();
+    } catch (...) {
+        place_.session.remove(transceiver_);
+        throw;
+    }
     applyGain();
     transceiver_.setSpectrum(false, zoom_, offset_);
     transceiver_.onAudio = [this](std::span<const float> block) { takeAudio(block); };

@@ -22,7 +22,7 @@ constexpr auto kSearchTime = 1s; // of the question whether it is there
 Station::Station(Library& library, const FoundRadio& radio, const StationOptions& options,
                  TransmitGuard* guard, StationDoor& door, Traffic& traffic)
     : library_(library), found_(radio), options_(options), door_(door), traffic_(traffic),
-      session_(library, radio, options.radio) {
+      session_(library, radio, options.radio), ownObjects_(liveObjects()) {
     desk_ = std::make_unique<TransmitDesk>(
         library_, session_, guard, options_.power, options_.limits,
         TransmitDesk::Reports{[this] { tellTransmit(); },
@@ -41,10 +41,11 @@ Station::~Station() {
 }
 
 void Station::awaitRadio() {
-    library_.pumpUntil([this] { return session_.heard() || !session_.trouble().empty(); }, 3s);
-    if (session_.heard() || interrupted() || !session_.tellsPackets())
-        return;
+    const std::chrono::milliseconds longest = session_.tellsPackets() ? 3s : 1s;
+    library_.pumpUntil([this] { return session_.heard() || !session_.trouble().empty(); }, longest);
     const std::string why = session_.trouble();
+    if (session_.heard() || interrupted() || (why.empty() && !session_.tellsPackets()))
+        return;
     throw Failure(fmt::format("no samples from the radio at {}{}{}", options_.address.url(),
                               why.empty() ? " within 3 s" : ": ", why));
 }
@@ -63,6 +64,7 @@ void Station::run() {
         visits.clear();
         poll();
     }
+    desk_->cancelAll();
 }
 
 void Station::take(Visit& visit) {
@@ -351,7 +353,7 @@ void Station::postNotices() {
         {"radio", std::move(radio)},
         {"uptime", std::round(std::chrono::duration<double>(Clock::now() - began_).count() * 10) / 10},
         {"listeners", std::move(listeners)},
-        {"objects", liveObjects()},
+        {"objects", liveObjects() - ownObjects_},
         {"transmit",
          {{"allowed", desk_->allowed()},
           {"keyed", desk_->keyed()},

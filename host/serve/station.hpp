@@ -90,6 +90,7 @@ private:
     std::unique_ptr<TransmitDesk> desk_;
 
     const Clock::time_point began_ = Clock::now();
+    const int ownObjects_; // of the library, without any transceiver
     bool radioOk_ = true;
     std::string radioText_;
     bool tuneAgain_ = false;

@@ -156,8 +156,9 @@ private:
         writing_ = true;
         writingSince_ = Clock::now();
         stream_.binary(!current_.text);
-        const auto bytes = current_.text ? boost::asio::buffer(*current_.text)
-                                         : boost::asio::buffer(*current_.frame.bytes);
+        const boost::asio::const_buffer bytes = current_.text
+                                                    ? boost::asio::buffer(std::as_const(*current_.text))
+                                                    : boost::asio::buffer(*current_.frame.bytes);
         stream_.async_write(bytes, [self = shared_from_this()](beast::error_code error, std::size_t size) {
             self->writing_ = false;
             if (error)
