@@ -14,6 +14,23 @@ namespace ferrow {
 
 inline constexpr std::size_t kThunksPerSignature = 256;
 
+// How many functions a signature has. Every object has a Deleted, and a bank of PSK 66 detectors with four
+// callbacks each: these signatures have room for 128 transceivers and 16 banks.
+template <typename... Args>
+inline constexpr std::size_t kThunks = kThunksPerSignature;
+template <>
+inline constexpr std::size_t kThunks<int> = 4096;
+template <>
+inline constexpr std::size_t kThunks<const char*> = 4096;
+template <>
+inline constexpr std::size_t kThunks<> = 2048;
+template <>
+inline constexpr std::size_t kThunks<void*> = 1024;
+template <>
+inline constexpr std::size_t kThunks<double> = 1024;
+template <>
+inline constexpr std::size_t kThunks<bool> = 1024;
+
 // The set of functions of the signature void(Args...). Taking and giving back may happen on any thread; a
 // slot may be given back once nothing calls it any more, which for an object's callbacks is when Deleted
 // comes.
@@ -25,7 +42,7 @@ public:
     // Throws Failure when all are taken.
     static Pointer take(std::function<void(Args...)> function) {
         const std::lock_guard lock(mutex);
-        for (std::size_t i = 0; i < kThunksPerSignature; ++i) {
+        for (std::size_t i = 0; i < kThunks<Args...>; ++i) {
             if (!functions[i]) {
                 functions[i] = std::move(function);
                 return pointers[i];
@@ -38,7 +55,7 @@ public:
     static void giveBack(Pointer pointer) {
         std::function<void(Args...)> last; // destroyed after unlocking, since it may own much
         const std::lock_guard lock(mutex);
-        for (std::size_t i = 0; i < kThunksPerSignature; ++i)
+        for (std::size_t i = 0; i < kThunks<Args...>; ++i)
             if (pointers[i] == pointer)
                 last.swap(functions[i]);
     }
@@ -62,10 +79,10 @@ private:
         return {&Thunks::template call<Indices>...};
     }
 
-    static inline std::array<std::function<void(Args...)>, kThunksPerSignature> functions;
+    static inline std::array<std::function<void(Args...)>, kThunks<Args...>> functions;
     static inline std::mutex mutex;
     static constexpr std::array<Pointer, kThunksPerSignature> pointers =
-        makePointers(std::make_index_sequence<kThunksPerSignature>());
+        makePointers(std::make_index_sequence<kThunks<Args...>>());
 };
 
 } // namespace ferrow

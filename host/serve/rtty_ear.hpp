@@ -37,7 +37,7 @@ private:
         int element = 0;
         unsigned bits = 0;
         bool last = true, figures = false;
-        double faults = 1; // recent share of characters without a stop
+        double faults = 0.4; // recent share of characters without a stop
         // A character, or '\0'.
         char take(bool mark);
     };

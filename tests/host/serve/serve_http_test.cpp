@@ -71,10 +71,11 @@ TEST(ServeHttp, ServesThePageAndTheNumbers) {
     std::istringstream lines(serving.get("/metrics").body);
     std::string named;
     for (std::string line; std::getline(lines, line);) {
-        if (line.starts_with("# TYPE "))
+        if (line.starts_with("# TYPE ")) {
             named = line.substr(7, line.find(' ', 7) - 7);
-        else if (!line.starts_with("#"))
+        } else if (!line.starts_with("#")) {
             EXPECT_EQ(line.substr(0, line.find_first_of(" {")), named) << line;
+        }
     }
 }
 

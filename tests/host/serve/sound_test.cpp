@@ -94,8 +94,9 @@ TEST(SpectrumFrame, BinsStandAtTheirFrequencies) {
             const double frequency = low + (k + 0.5) * width;
             EXPECT_LE(std::abs(frequency - spectrum.frequencyOf(static_cast<double>(peak))), width / 2)
                 << bins << " " << peak;
-            if (bins == 2048)
+            if (bins == 2048) {
                 EXPECT_NEAR(frequency, spectrum.frequencyOf(static_cast<double>(peak)), 1e-3);
+            }
             EXPECT_NEAR(base + step * *top, -30, step);
             EXPECT_NEAR(base, -120, 1e-3);
         }
