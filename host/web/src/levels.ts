@@ -7,15 +7,19 @@ export interface Range {
   top: number;
 }
 
-/** The value below which `share` of the values lie, by a histogram of half dB. */
+/** The value below which `share` of the values lie, by a histogram of half dB. NaN are left out. */
 export function percentile(values: Float32Array, count: number, share: number): number {
   const histogram = new Uint32Array(512);
+  let known = 0;
   for (let i = 0; i < count; ++i) {
-    const slot = Math.round(((values[i] as number) + 200) * 2);
+    const value = values[i] as number;
+    if (Number.isNaN(value)) continue;
+    ++known;
+    const slot = Math.round((value + 200) * 2);
     const kept = Math.min(511, Math.max(0, slot));
     histogram[kept] = (histogram[kept] as number) + 1;
   }
-  let left = share * count;
+  let left = share * known;
   for (let slot = 0; slot < 512; ++slot) {
     left -= histogram[slot] as number;
     if (left <= 0) return slot / 2 - 200;
@@ -77,8 +81,9 @@ export class TraceHistory {
     for (let i = 0; i < count; ++i) {
       const value = decibel[i] as number;
       const old = this.average[i] as number;
-      this.average[i] = old + (value - old) * part;
-      this.peak[i] = Math.max(value, (this.peak[i] as number) - fall);
+      this.average[i] = Number.isNaN(old) ? value : old + (value - old) * part;
+      const peak = (this.peak[i] as number) - fall;
+      this.peak[i] = peak > value ? peak : value;
     }
   }
 

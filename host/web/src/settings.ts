@@ -28,7 +28,7 @@ export interface Preferences {
 }
 
 export const kDefaults: Preferences = {
-  colours: "dusk", drawing: "auto", trace: "both", smoothing: 0.6, autoLevel: true, floor: -130, top: -60, rate: 30, perLine: 1,
+  colours: "dusk", drawing: "auto", trace: "both", smoothing: 0.75, autoLevel: true, floor: -130, top: -60, rate: 30, perLine: 1,
   step: 100, volume: 0.7, muted: false, listening: false, format: "pcm", s9: -73, call: "", grid: "", transmit: false, labels: true,
 };
 

@@ -22,6 +22,8 @@ export interface TextLine {
 
 const kKeptDecodes = 400;
 const kKeptText = 6000;
+/** dB below which a value says that nothing is known there: beyond the receiver's edge. */
+const kNothing = -195;
 /** ms for which the server's answers do not overrule what the operator has just set. */
 const kOwnTime = 500;
 
@@ -46,7 +48,8 @@ export class Transceiver {
   /** Spectra received so far, and how many of them were on the screen. */
   received = 0;
   drawn = 0;
-  private pendingLine: SpectrumFrame | null = null;
+  private readonly line = new Float32Array(2048);
+  private lineOf: SpectrumFrame | null = null;
   private lineParts = 0;
   private server: TransceiverState;
   private readonly own = new Map<keyof TransceiverState, number>();
@@ -89,7 +92,10 @@ export class Transceiver {
     this.frame = frame;
     const count = frame.values.length;
     if (this.spectrum.length < count) this.spectrum = new Float32Array(count);
-    for (let i = 0; i < count; ++i) this.spectrum[i] = frame.base + frame.step * (frame.values[i] as number);
+    for (let i = 0; i < count; ++i) {
+      const level = frame.base + frame.step * (frame.values[i] as number);
+      this.spectrum[i] = level > kNothing ? level : NaN;
+    }
     this.autoLevel.update(this.spectrum, count);
     this.trace.add(this.spectrum, count, frame.low, frame.high, smoothing, 12 / Math.max(1, rate));
     this.addLine(frame, perLine);
@@ -97,18 +103,37 @@ export class Transceiver {
 
   /** Lines of several spectra show the highest of them. */
   private addLine(frame: SpectrumFrame, perLine: number): void {
-    const line = this.pendingLine;
-    if (line && line.low === frame.low && line.high === frame.high && line.base === frame.base && line.step === frame.step
-        && line.values.length === frame.values.length) {
-      for (let i = 0; i < line.values.length; ++i) line.values[i] = Math.max(line.values[i] as number, frame.values[i] as number);
-      ++this.lineParts;
-    } else {
-      this.pendingLine = { ...frame, values: frame.values.slice() };
-      this.lineParts = 1;
+    if (perLine <= 1) {
+      this.lineOf = null;
+      this.history.add(frame);
+      return;
     }
-    if (this.lineParts < perLine || !this.pendingLine) return;
-    this.history.add(this.pendingLine);
-    this.pendingLine = null;
+    const { line, lineOf } = this;
+    const count = frame.values.length;
+    const same = lineOf?.low === frame.low && lineOf.high === frame.high && lineOf.values.length === count;
+    if (!same) {
+      if (lineOf) this.endLine(lineOf);
+      line.fill(-Infinity);
+      this.lineParts = 0;
+    }
+    this.lineOf = frame;
+    for (let i = 0; i < count; ++i) line[i] = Math.max(line[i] as number, frame.base + frame.step * (frame.values[i] as number));
+    if (++this.lineParts < perLine) return;
+    this.endLine(frame);
+    this.lineOf = null;
+  }
+
+  private endLine(frame: SpectrumFrame): void {
+    let least = Infinity;
+    let most = -Infinity;
+    const count = frame.values.length;
+    for (let i = 0; i < count; ++i) {
+      least = Math.min(least, this.line[i] as number);
+      most = Math.max(most, this.line[i] as number);
+    }
+    const step = Math.max(0.05, (most - least) / 255);
+    const values = Uint8Array.from({ length: count }, (_, i) => Math.round(((this.line[i] as number) - least) / step));
+    this.history.add({ ...frame, base: least, step, values });
   }
 
   range(auto: boolean, floor: number, top: number): Range {

@@ -5,7 +5,7 @@ import { mergeBookmarks, mergePreferences, readBookmarks } from "../../src/setti
 import { meterPlace, Needle, sUnits } from "../../src/smeter";
 import { audioToHz, presets, scaledFilter, snapToPeak, tuningOfClick } from "../../src/tuning";
 import { Transceiver } from "../../src/transceiver";
-import type { TransceiverState } from "../../src/protocol";
+import type { SpectrumFrame, TransceiverState } from "../../src/protocol";
 
 const state: TransceiverState = {
   id: 1, frequency: 14_070_000, mode: "usb", low: 200, high: 2800, agc: "medium", gain: 0, squelch: null, nr: null, volume: 0.5, mute: false, marker: null, valid: true,
@@ -83,6 +83,21 @@ test("stored preferences of a wrong type are not taken over", () => {
   const merged = mergePreferences({ rate: "fast", volume: 0.2, unknown: 1 });
   assert.deepEqual([merged.rate, merged.volume, "unknown" in merged], [30, 0.2, false]);
   assert.equal(mergePreferences(null).transmit, false);
+});
+
+test("a line of the waterfall holds the highest of its spectra, though their scales differ", () => {
+  const one = new Transceiver(1, state, 48_000, 0);
+  const frame = (base: number, step: number, ...values: number[]): SpectrumFrame => ({ id: 1, sequence: 0, low: 0, high: 3, base, step, values: Uint8Array.from(values) });
+  one.addSpectrum(frame(-120, 0.5, 0, 100, 0), 0, 2, 30);
+  assert.equal(one.history.added, 0);
+  one.addSpectrum(frame(-200, 1, 0, 90, 150), 0, 2, 30);
+  assert.equal(one.history.added, 1);
+  const level = (i: number): number => Math.round((one.history.base[0] as number) + (one.history.step[0] as number) * (one.history.rowValues(0)[i] as number));
+  assert.deepEqual([0, 1, 2].map(level), [-120, -70, -50]);
+  // Beyond the receiver's edge nothing is drawn.
+  assert.deepEqual([...one.spectrum.subarray(0, 3)], [NaN, -110, -50]);
+  one.addSpectrum(frame(-120, 0.5, 1, 2, 3), 0, 1, 30);
+  assert.equal(one.history.added, 2);
 });
 
 test("the server does not overrule what the operator is just setting", () => {
