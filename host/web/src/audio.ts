@@ -5,6 +5,10 @@ import { Mixer, type MixerMessage, type MixerReport, type StreamReport } from ".
 import { pcmSamples, type AudioPacket } from "./protocol";
 
 const kOldest = 800; // ms
+/** Opus packets that may wait for the browser's decoder. */
+const kMostQueued = 25;
+/** After so many times that they were more, Opus is too much for this browser. */
+const kMostJams = 3;
 
 export const opusPossible = (): boolean => typeof AudioDecoder !== "undefined";
 
@@ -23,10 +27,12 @@ export class AudioPlayer {
   private readonly opus = new Map<number, OpusStream>();
   private level = 0.8;
   private silent = false;
+  private jams = 0;
   private measured: { latency: number; at: number } | null = null;
 
-  /** `serverAhead` tells how far the server's clock is ahead of the page's, in ms; null while not known. */
-  constructor(private readonly serverAhead: () => number | null) {}
+  /** `serverAhead` tells how far the server's clock is ahead of the page's, in ms; null while not known. `opusTooSlow` is called when
+   * the browser cannot decode as fast as packets come. */
+  constructor(private readonly serverAhead: () => number | null, private readonly opusTooSlow: () => void) {}
 
   get running(): boolean {
     return this.context?.state === "running" && this.post !== null;
@@ -74,12 +80,14 @@ export class AudioPlayer {
 
   drop(id: number): void {
     this.post?.({ what: "drop", id });
-    this.opus.get(id)?.decoder.close();
+    const { decoder } = this.opus.get(id) ?? {};
+    if (decoder && decoder.state !== "closed") decoder.close();
     this.opus.delete(id);
   }
 
   clear(): void {
     for (const id of [...this.opus.keys()]) this.drop(id);
+    this.jams = 0;
     this.post?.({ what: "clear" });
     this.measured = null;
   }
@@ -147,6 +155,12 @@ export class AudioPlayer {
     if (!stream || stream.decoder.state === "closed") {
       stream = this.makeDecoder(packet.id, packet.rate);
       this.opus.set(packet.id, stream);
+    }
+    if (stream.decoder.decodeQueueSize > kMostQueued) {
+      this.opus.delete(packet.id);
+      stream.decoder.close();
+      if (++this.jams >= kMostJams) this.opusTooSlow();
+      return;
     }
     stream.times.push(packet.time);
     stream.decoder.decode(new EncodedAudioChunk({ type: "key", timestamp: packet.time * 1000, data: packet.payload }));

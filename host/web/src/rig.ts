@@ -65,7 +65,13 @@ export class Rig extends Emitter<RigEvents> {
       onSpectrum: (frame) => this.takeSpectrum(frame),
       onAudio: (packet) => this.takeAudio(packet),
     });
-    this.audio = new AudioPlayer(() => this.connection.clock.offset);
+    this.audio = new AudioPlayer(
+      () => this.connection.clock.offset,
+      () => {
+        this.prefer({ format: "pcm" });
+        this.emit("notice", { kind: "info", text: "This browser is too slow for Opus now; audio comes as PCM." });
+      },
+    );
     for (const saved of loadTransceivers()) this.revive(saved);
     this.active = this.transceivers[0] ?? null;
     window.setInterval(() => this.settle(), 200);
