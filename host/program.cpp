@@ -24,6 +24,7 @@ int runFerrow(int argc, const char* const* argv) {
     addSendCommand(program, chosen);
     addDenoiseCommand(program, chosen);
     addDemoCommand(program, chosen);
+    addStressCommand(program, chosen);
     try {
         program.parse(argc, argv);
         return chosen ? chosen() : kExitUsage;

@@ -50,10 +50,11 @@ std::uint32_t currentThreadId() noexcept {
     return id;
 }
 
-sothreadpool::sothreadpool(void (*onWorkerStart)())
+sothreadpool::sothreadpool(void (*onWorkerStart)(), unsigned workers)
     : onWorkerStart_(onWorkerStart), wakeQueue_(std::make_unique<WakeQueue>()) {
     try {
-        const unsigned count = std::min(std::thread::hardware_concurrency(), kMaxWorkers);
+        const unsigned count =
+            workers != 0 ? workers : std::min(std::thread::hardware_concurrency(), kMaxWorkers);
         threads_.reserve(count);
         for (unsigned i = 0; i < count; ++i)
             threads_.emplace_back([this] { worker(); });

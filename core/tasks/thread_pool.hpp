@@ -19,10 +19,10 @@ public:
     static constexpr std::size_t kUpdateRing = 65537; // 65536 usable per producing thread
     static constexpr std::size_t kRenderRing = 65;    // 64 usable per producing thread
 
-    // Starts min(hardware concurrency, 20) workers. On failure it leaves a crash note and raises what was
-    // raised.
+    // Starts min(hardware concurrency, 20) workers, or `workers` if that is not 0. On failure it leaves a
+    // crash note and raises what was raised.
     // `onWorkerStart`, if any, is called by each worker before it takes work.
-    explicit sothreadpool(void (*onWorkerStart)() = nullptr);
+    explicit sothreadpool(void (*onWorkerStart)() = nullptr, unsigned workers = 0);
     sothreadpool(const sothreadpool&) = delete;
     sothreadpool& operator=(const sothreadpool&) = delete;
     ~sothreadpool();
