@@ -24,6 +24,7 @@
 #include <poll.h>
 #include <random>
 #include <string>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -51,15 +52,23 @@ struct Stream {
 };
 
 struct Outcome {
-    double seconds = 0;     // on the clock
-    double comms = 0;       // CPU time of the receiving thread, s
-    double all = 0;         // of the receiving process
-    double late = 0;        // the sender's worst lateness, s
-    long long sent = 0;     // packets
-    long long received = 0; // by the library's count; protocol 1
-    int errors = 0;         // gaps that the library has seen
-    int sound = 0;          // blocks of the transceiver in SSB
+    double seconds = 0;                              // on the clock
+    double comms = 0;                                // CPU time of the receiving thread, s
+    double all = 0;                                  // of the receiving process
+    double late = 0;                                 // the sender's worst lateness, s
+    long long sent = 0;                              // packets
+    long long received = 0;                          // by the library's count; protocol 1
+    int errors = 0;                                  // gaps that the library has seen
+    int sound = 0;                                   // blocks of the transceiver in SSB
+    double median = 0, p99 = 0, least = 0, most = 0; // delay, s
 };
+
+// When the first packets left, in seconds of the steady clock: written by the sender, read by the receiver.
+constexpr std::size_t kTimed = 400'000;
+
+double now() {
+    return std::chrono::duration<double>(Clock::now().time_since_epoch()).count();
+}
 
 sockaddr_in place(const std::string& address, int port) {
     sockaddr_in out{};
@@ -82,7 +91,7 @@ int boundSocket(const std::string& address, int port) {
 // The process that sends.
 class Sender {
 public:
-    Sender(const Stream& stream, const std::string& address) : stream_(stream) {
+    Sender(const Stream& stream, const std::string& address, double* times) : stream_(stream), times_(times) {
         std::mt19937 random(1);
         for (auto& byte : noise_)
             byte = static_cast<std::uint8_t>(random());
@@ -185,10 +194,12 @@ private:
         bool stop = false;
         for (std::size_t i = 0; i < control_.size(); ++i) {
             std::array<std::uint8_t, 2048> data;
-            for (ssize_t n; (n = recv(control_[i], data.data(), data.size(), MSG_DONTWAIT)) > 0;)
+            ssize_t n;
+            while ((n = recv(control_[i], data.data(), data.size(), MSG_DONTWAIT)) > 0)
                 stop |= stream_.kind == RadioKind::Hpsdr
                             ? n == 64 && data[0] == 0xEF && data[2] == 4 && !(data[3] & 1)
                             : i == 3 && data[4] == 0;
+            stop |= errno == ECONNREFUSED; // the host has gone
         }
         return stop;
     }
@@ -206,6 +217,10 @@ private:
             heads[k].msg_hdr.msg_iov = &pieces[k];
             heads[k].msg_hdr.msg_iovlen = 1;
         }
+        if (at == 0)
+            for (std::uint32_t i = 0, first = sequence_[0] - static_cast<std::uint32_t>(count);
+                 i < static_cast<std::uint32_t>(count) && first + i < kTimed; ++i)
+                times_[first + i] = now();
         int sent = 0;
         while (sent < count) {
             const int n = sendmmsg(sockets_[at], heads.data() + sent, static_cast<unsigned>(count - sent), 0);
@@ -222,6 +237,7 @@ private:
     std::vector<std::uint32_t> sequence_;
     std::vector<Packet> ring_;
     long long rounds_ = 0;
+    double* times_;
 };
 
 double threadSeconds(int id) {
@@ -247,7 +263,12 @@ double processSeconds() {
 }
 
 // The process that receives.
-Outcome receive(const Stream& stream, const std::string& address, double seconds) {
+//
+// A block of sound is there at the earliest when the packet has come that holds the last sample of its chunk.
+// What it takes beyond that is the delay; the chunk itself and the filters count as part of the signal's way,
+// not of the library's work. `watch`: look for blocks every 100 us instead of every 5 ms.
+Outcome receive(const Stream& stream, const std::string& address, double seconds, const double* times,
+                bool watch) {
     LibraryOptions quiet;
     quiet.sound = false;
     Library library(quiet);
@@ -259,12 +280,20 @@ Outcome receive(const Stream& stream, const std::string& address, double seconds
     RadioSession session(library, radio, {stream.rate, std::nullopt, false});
     Outcome outcome;
     const std::vector<int> before = threads();
+    long long blocks = 0;
+    std::vector<double> delays;
     Tuning tuning = parseTuning("3.6M:lsb");
     for (int i = 0; i < stream.receivers; ++i) {
         Transceiver& one = session.add(tuning.vfo() + 3'500'000LL * i);
         if (i == 0) {
             setVoiceMode(library, one, tuning);
-            one.onAudio = [&outcome](std::span<const float>) { ++outcome.sound; };
+            one.onAudio = [&](std::span<const float>) {
+                const auto last = ++blocks * 512 * (stream.rate / 48000) - 1;
+                const auto packet = static_cast<std::size_t>(last / stream.samplesPerPacket());
+                if (packet < kTimed)
+                    delays.push_back(now() - times[packet]);
+                ++outcome.sound;
+            };
         }
     }
     session.start();
@@ -278,10 +307,28 @@ Outcome receive(const Stream& stream, const std::string& address, double seconds
     outcome.sound = 0;
     const double commsBefore = threadSeconds(comms[0]), allBefore = processSeconds();
     const auto began = Clock::now();
-    library.pumpUntil([] { return false; }, std::chrono::milliseconds(static_cast<int>(1000 * seconds)));
+    delays.clear();
+    if (watch) {
+        while (Clock::now() - began < std::chrono::duration<double>(seconds)) {
+            library.pump();
+            usleep(100);
+        }
+    } else {
+        library.pumpUntil([] { return false; }, std::chrono::milliseconds(static_cast<int>(1000 * seconds)));
+    }
     outcome.comms = threadSeconds(comms[0]) - commsBefore;
     outcome.all = processSeconds() - allBefore;
     outcome.seconds = std::chrono::duration<double>(Clock::now() - began).count();
+    std::sort(delays.begin(), delays.end());
+    if (!delays.empty()) {
+        const auto share = [&](double p) {
+            return delays[static_cast<std::size_t>(p * static_cast<double>(delays.size() - 1))];
+        };
+        outcome.least = delays.front();
+        outcome.median = share(0.5);
+        outcome.p99 = share(0.99);
+        outcome.most = delays.back();
+    }
     session.stop();
     outcome.errors = session.sequenceErrors();
     return outcome;
@@ -302,20 +349,22 @@ pid_t process(Work work) {
     return child;
 }
 
-void stream(benchmark::State& state) {
+void run(benchmark::State& state, bool watch) {
     const Stream asked{state.range(0) == 2 ? RadioKind::HpsdrNp : RadioKind::Hpsdr,
                        static_cast<int>(state.range(1)), static_cast<int>(state.range(2)) * 1000};
     const std::string address =
         "127.91." + std::to_string(getpid() >> 8 & 255) + "." + std::to_string(getpid() & 255);
     for (auto _ : state) {
+        auto* const times = static_cast<double*>(mmap(
+            nullptr, kTimed * sizeof(double), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
         int fromSender[2], fromReceiver[2];
         if (pipe(fromSender) != 0 || pipe(fromReceiver) != 0)
             return state.SkipWithError("no pipe");
-        const pid_t sender = process([&] { Sender(asked, address).run(fromSender[1]); });
+        const pid_t sender = process([&] { Sender(asked, address, times).run(fromSender[1]); });
         usleep(300'000);
         const pid_t receiver = process([&] {
             try {
-                const Outcome outcome = receive(asked, address, runSeconds());
+                const Outcome outcome = receive(asked, address, runSeconds(), times, watch);
                 if (write(fromReceiver[1], &outcome, sizeof outcome) != sizeof outcome)
                     _exit(4);
             } catch (const std::exception& error) {
@@ -335,6 +384,7 @@ void stream(benchmark::State& state) {
         waitpid(sender, &status, 0);
         close(fromSender[0]);
         close(fromReceiver[0]);
+        munmap(times, kTimed * sizeof(double));
         if (!done || !told)
             return state.SkipWithError("a process failed");
         if (got.sound < 0.8 * 93.75 * got.seconds)
@@ -346,7 +396,30 @@ void stream(benchmark::State& state) {
         state.counters["comms_of_core"] = got.comms / got.seconds;
         state.counters["all_of_core"] = got.all / got.seconds;
         state.counters["sender_late_ms"] = 1000 * sent.late;
+        if (watch) {
+            state.counters["least_ms"] = 1000 * got.least;
+            state.counters["median_ms"] = 1000 * got.median;
+            state.counters["p99_ms"] = 1000 * got.p99;
+            state.counters["most_ms"] = 1000 * got.most;
+        }
     }
+}
+
+void delay(benchmark::State& state) {
+    run(state, true);
+}
+BENCHMARK(delay)
+    ->ArgNames({"protocol", "receivers", "kHz"})
+    ->Args({1, 1, 48})
+    ->Args({1, 1, 384})
+    ->Args({1, 4, 384})
+    ->Args({2, 1, 1536})
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kSecond);
+
+void stream(benchmark::State& state) {
+    run(state, false);
 }
 BENCHMARK(stream)
     ->ArgNames({"protocol", "receivers", "kHz"})

@@ -76,16 +76,18 @@ std::vector<std::uint8_t> frames(int rate) {
     return bytes;
 }
 
-struct Library {
-    Library() {
+void startLibrary() {
+    static const bool started = [] {
         const auto log = std::filesystem::temp_directory_path() / "ferrow-bench-receive.log";
         initRuntime(log.c_str(), 0);
-    }
-};
+        return true;
+    }();
+    static_cast<void>(started);
+}
 
 template <class Mode>
 void receiver(benchmark::State& state) {
-    static const Library library;
+    startLibrary();
     const int rate = static_cast<int>(state.range(0)) * 1000;
     const auto radio = std::make_shared<DeafRadio>(rootSyncTask);
     radio->SampleRate.setFromHost(rate);

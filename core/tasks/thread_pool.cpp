@@ -94,7 +94,7 @@ void sothreadpool::schedule(std::shared_ptr<asyncObject> object, syncTask& conte
     wakeQueue_->semaphore.signal();
 }
 
-bool sothreadpool::queueUpdate(asTask task) {
+bool sothreadpool::queueUpdate(asTask&& task) {
     if (updateQueue_.push(std::move(task)))
         return true;
     logError("Can't queue property");

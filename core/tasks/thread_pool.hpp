@@ -31,8 +31,8 @@ public:
     void schedule(std::shared_ptr<asyncObject> object, syncTask& context) noexcept;
 
     // Any library thread; false when the task was dropped, which the first one logs ("Can't queue property").
-    bool queueUpdate(asTask task);
-    bool queueRenderUpdate(asTask task) { return renderQueue_.push(std::move(task)); }
+    bool queueUpdate(asTask&& task);
+    bool queueRenderUpdate(asTask&& task) { return renderQueue_.push(std::move(task)); }
 
     // The host's pump threads, one per queue: next task, or false.
     bool takeUpdate(asTask& task) { return updateQueue_.take(task); }
