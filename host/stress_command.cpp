@@ -14,10 +14,12 @@
 #include <ferrowcore/radio.h>
 #include <ferrowcore/vtrx.h>
 #include <fmt/format.h>
+#include <fstream>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <sys/resource.h>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -78,11 +80,18 @@ double processSeconds() {
     return seconds(use.ru_utime) + seconds(use.ru_stime);
 }
 
+double residentMegabytes() {
+    long pages = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> pages >> resident;
+    return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1e6;
+}
+
 struct Trial {
     int transceivers = 0;
     double seconds = 0;
     double cores = 0;       // CPU time of this process a second
     double worstMs = 0;     // between two blocks of a transceiver
+    double residentMb = 0;  // memory of this process
     long long missed = 0;   // blocks that have not come
     long long dropped = 0;  // chunks that the library had no room for
     int sequenceErrors = 0; // of the radio's stream
@@ -95,6 +104,7 @@ nlohmann::json trialJson(const Trial& trial) {
             {"seconds", trial.seconds},
             {"cores", trial.cores},
             {"worst_block_ms", trial.worstMs},
+            {"resident_mb", trial.residentMb},
             {"missed_blocks", trial.missed},
             {"dropped_chunks", trial.dropped},
             {"sequence_errors", trial.sequenceErrors},
@@ -141,6 +151,7 @@ public:
             std::chrono::duration<double>(options_.seconds)));
         trial.seconds = std::chrono::duration<double>(Clock::now() - began).count();
         trial.cores = (processSeconds() - cpuBefore) / trial.seconds;
+        trial.residentMb = residentMegabytes();
         trial.dropped = drops() - dropsBefore;
         trial.sequenceErrors = sequenceErrors_ - errorsBefore;
         const auto due = static_cast<long long>(trial.seconds / kBlockSeconds) - kBlocksOff;
