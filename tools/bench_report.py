@@ -80,9 +80,13 @@ def comparisons(r):
         rate("core", f"posts<Contexts>/{workers}", f"posts<Strands>/{workers}", f"posts_{workers}",
              f"serial tasks posted from a thread, {workers} worker{'s' * (workers > 1)}, millions a second",
              "Boost.Asio strands")
+        rate("core", f"posts<Contexts>/{workers}", f"posts<StrandsTold>/{workers}", f"posts_{workers}_told",
+             f"the same, {workers} worker", "Boost.Asio strands, told that there is one thread")
         rate("core", f"hops<Contexts>/{workers}", f"hops<Strands>/{workers}", f"hops_{workers}",
              f"hops from context to context, {workers} worker{'s' * (workers > 1)}, millions a second",
              "Boost.Asio strands")
+        rate("core", f"hops<Contexts>/{workers}", f"hops<StrandsTold>/{workers}", f"hops_{workers}_told",
+             f"the same, {workers} worker", "Boost.Asio strands, told that there is one thread")
     time("core", "blocks<PoolBlocks>/4096/threads:2", "blocks<HeapBlocks>/4096/threads:2", "blocks_2",
          "a block of 4 KiB taken and given back, two threads at once", "malloc", nano)
     time("core", "handover<PoolBlocks>", "handover<HeapBlocks>", "handover",

@@ -51,16 +51,19 @@ private:
     std::vector<std::shared_ptr<Object>> objects_;
 };
 
-class Strands {
+// `kTold`: the number of threads is told to the library beforehand, which makes a difference with one.
+template <bool kTold>
+class StrandsOf {
 public:
-    explicit Strands(unsigned workers)
-        : io_(static_cast<int>(workers)), work_(boost::asio::make_work_guard(io_)) {
+    explicit StrandsOf(unsigned workers)
+        : io_(kTold ? static_cast<int>(workers) : BOOST_ASIO_CONCURRENCY_HINT_DEFAULT),
+          work_(boost::asio::make_work_guard(io_)) {
         for (std::size_t i = 0; i < kContexts; ++i)
             strands_.push_back(boost::asio::make_strand(io_));
         for (unsigned i = 0; i < workers; ++i)
             threads_.emplace_back([this] { io_.run(); });
     }
-    ~Strands() {
+    ~StrandsOf() {
         work_.reset();
         for (auto& thread : threads_)
             thread.join();
@@ -76,6 +79,9 @@ private:
     std::vector<boost::asio::strand<boost::asio::io_context::executor_type>> strands_;
     std::vector<std::thread> threads_;
 };
+
+using Strands = StrandsOf<false>;
+using StrandsTold = StrandsOf<true>;
 
 // Filled up to the window from one thread beside the workers.
 template <class Runtime>
@@ -99,6 +105,7 @@ void posts(benchmark::State& state) {
 }
 BENCHMARK(posts<Contexts>)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(posts<Strands>)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(posts<StrandsTold>)->Arg(1)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 // Tokens that go round all contexts: each task posts the next one. As many tokens as workers.
 template <class Runtime>
@@ -135,6 +142,7 @@ void hops(benchmark::State& state) {
 }
 BENCHMARK(hops<Contexts>)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(hops<Strands>)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(hops<StrandsTold>)->Arg(1)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 // From the post to the start of the task, with workers that have slept for a millisecond.
 template <class Runtime>

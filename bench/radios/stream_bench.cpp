@@ -308,6 +308,7 @@ Outcome receive(const Stream& stream, const std::string& address, double seconds
     const double commsBefore = threadSeconds(comms[0]), allBefore = processSeconds();
     const auto began = Clock::now();
     delays.clear();
+    const int errorsBefore = session.sequenceErrors(); // receivers that were added began in mid-stream
     if (watch) {
         while (Clock::now() - began < std::chrono::duration<double>(seconds)) {
             library.pump();
@@ -330,7 +331,7 @@ Outcome receive(const Stream& stream, const std::string& address, double seconds
         outcome.most = delays.back();
     }
     session.stop();
-    outcome.errors = session.sequenceErrors();
+    outcome.errors = session.sequenceErrors() - errorsBefore;
     return outcome;
 }
 

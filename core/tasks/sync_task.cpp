@@ -46,7 +46,7 @@ void syncTask::schedule(std::shared_ptr<asyncObject> object) noexcept {
     pool_->schedule(std::move(object), *this);
 }
 
-void syncTask::TryProcess(std::shared_ptr<asyncObject> object) {
+bool syncTask::TryProcess() {
     processPropertySetQueue();
     processSeqQueue();
     // An exchange, not a store: a producer whose own exchange came before this one has its element seen
@@ -54,8 +54,7 @@ void syncTask::TryProcess(std::shared_ptr<asyncObject> object) {
     scheduled_.exchange(0, std::memory_order_acq_rel);
     const bool more = seqQueue_.waiting() || propertyRead_.load(std::memory_order_acquire) !=
                                                  propertyWrite_.load(std::memory_order_acquire);
-    if (more && claim())
-        schedule(std::move(object));
+    return more && claim();
 }
 
 void syncTask::processPropertySetQueue() {

@@ -37,9 +37,9 @@ public:
     // Puts the context on the wake queue of the pool; `object` keeps it alive.
     void schedule(std::shared_ptr<asyncObject> object) noexcept;
 
-    // One round of a worker: all waiting property sets, then at most one seq task. `object` is scheduled
-    // again if anything is left.
-    void TryProcess(std::shared_ptr<asyncObject> object);
+    // One round of a worker: all waiting property sets, then at most one seq task. True if anything is left:
+    // the worker then puts the context on the wake queue again.
+    [[nodiscard]] bool TryProcess();
 
     sothreadpool* pool() const noexcept { return pool_; }
 

@@ -46,6 +46,7 @@ private:
     struct WakeQueue; // the lock-free queue with its semaphore
 
     void worker() noexcept;
+    bool enqueue(std::shared_ptr<asyncObject> object, syncTask& context) noexcept;
 
     void (*const onWorkerStart_)();
 
