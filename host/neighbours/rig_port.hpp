@@ -64,6 +64,8 @@ public:
         return transmit ? RigAnswer::NotSupported : RigAnswer::Done;
     }
 
+    // Whether setPtt could ever key it.
+    virtual bool transmits() const { return false; }
     // Whether the radio is keyed, by whomever.
     virtual bool ptt() const { return false; }
     // To release a key that is not pressed is no error.
