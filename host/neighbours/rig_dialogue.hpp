@@ -19,8 +19,9 @@ enum RigError {
 
 class RigDialogue {
 public:
-    // The port must outlive it.
-    explicit RigDialogue(RigPort& port) : port_(port) {}
+    // The port must outlive it. `vfoMode`: what chk_vfo says, which makes clients of Hamlib put a VFO in
+    // front of the arguments; it is taken there in either case.
+    explicit RigDialogue(RigPort& port, bool vfoMode = false) : port_(port), vfoMode_(vfoMode) {}
 
     // The answer to a line without its end; nothing to an empty line or a comment. Always ends with the end
     // of a line, or with the separator that the client asked for.
@@ -33,7 +34,7 @@ private:
     friend struct RigCommands;
 
     RigPort& port_;
-    bool vfoMode_ = false;  // what chk_vfo says; a VFO is taken in front of the arguments in either case
+    bool vfoMode_;
     bool askedVfo_ = false; // clients that know chk_vfo read more lines of dump_state
     bool ended_ = false;
 };

@@ -25,7 +25,8 @@ constexpr auto kAcceptPause = std::chrono::milliseconds(200); // where accepting
 // One client. It is answered before more is read of it, so that one that does not read costs no memory.
 class Client : public std::enable_shared_from_this<Client> {
 public:
-    Client(tcp::socket socket, RigPort& port) : socket_(std::move(socket)), dialogue_(port) {}
+    Client(tcp::socket socket, RigPort& port, bool vfoMode)
+        : socket_(std::move(socket)), dialogue_(port, vfoMode) {}
 
     // `gone` is called once, when the connection has ended.
     void start(std::function<void()> gone) {
@@ -87,7 +88,8 @@ private:
 
 class RigServer::Work : public std::enable_shared_from_this<Work> {
 public:
-    Work(boost::asio::io_context& io, RigPort& port) : acceptor_(io), pause_(io), port_(port) {}
+    Work(boost::asio::io_context& io, RigPort& port, bool vfoMode)
+        : acceptor_(io), pause_(io), port_(port), vfoMode_(vfoMode) {}
 
     void listen(const Endpoint& at) {
         const tcp::endpoint endpoint(boost::asio::ip::make_address(at.address), at.port);
@@ -134,7 +136,7 @@ private:
     void add(tcp::socket socket) {
         error_code ignored;
         socket.set_option(tcp::no_delay(true), ignored);
-        const auto client = std::make_shared<Client>(std::move(socket), port_);
+        const auto client = std::make_shared<Client>(std::move(socket), port_, vfoMode_);
         clients_.insert(client);
         client->start([self = weak_from_this(), client = client.get()] {
             if (const auto work = self.lock())
@@ -145,11 +147,12 @@ private:
     tcp::acceptor acceptor_;
     boost::asio::steady_timer pause_;
     RigPort& port_;
+    bool vfoMode_;
     std::set<std::shared_ptr<Client>> clients_;
 };
 
-RigServer::RigServer(boost::asio::io_context& io, RigPort& port, const Endpoint& at)
-    : work_(std::make_shared<Work>(io, port)) {
+RigServer::RigServer(boost::asio::io_context& io, RigPort& port, const Endpoint& at, bool vfoMode)
+    : work_(std::make_shared<Work>(io, port, vfoMode)) {
     try {
         work_->listen(at);
     } catch (const std::exception& error) {

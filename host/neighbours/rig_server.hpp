@@ -16,9 +16,9 @@ public:
     static constexpr std::size_t kMostClients = 16;
     static constexpr std::size_t kLongestLine = 1024; // bytes without its end; longer ones are refused
 
-    // Listens; port 0 takes a free one. Runs on whatever thread runs `io`, where the port is called too. Both
-    // must outlive it. Throws Failure.
-    RigServer(boost::asio::io_context& io, RigPort& port, const Endpoint& at);
+    // Listens; port 0 takes a free one. `vfoMode` as for RigDialogue. Runs on whatever thread runs `io`,
+    // where the port is called too. Both must outlive it. Throws Failure.
+    RigServer(boost::asio::io_context& io, RigPort& port, const Endpoint& at, bool vfoMode = false);
     // Ends all connections; on the thread of `io`.
     ~RigServer();
     RigServer(const RigServer&) = delete;

@@ -10,6 +10,8 @@ constexpr int kModel = 2; // network radio
 constexpr int kRegion = 1;
 constexpr unsigned kVfoAAndB = 0x3;
 constexpr unsigned kStrengthLevel = 1U << 30;
+// Frequency and mode. Clients would else change over to the other VFO and back as they begin, to look at it.
+constexpr const char* kTargetable = "targetable_vfo=0x3";
 constexpr int kPttNone = 0, kPttByCommand = 1;
 
 // Hamlib's numbers of the modes, by place; an empty one is of no use here.
@@ -62,10 +64,10 @@ std::vector<std::string> rigState(const RigPort& port, bool keyed) {
     if (keyed)
         lines.insert(lines.end(),
                      {"vfo_ops=0x0",
-                      fmt::format("ptt_type={:#x}", port.transmits() ? kPttByCommand : kPttNone),
-                      "targetable_vfo=0x0", "has_set_vfo=1", "has_get_vfo=1", "has_set_freq=1",
-                      "has_get_freq=1", "has_set_conf=0", "has_get_conf=0", "has_power2mW=0",
-                      "has_mW2power=0", "timeout=0", fmt::format("rig_model={}", kModel), "done"});
+                      fmt::format("ptt_type={:#x}", port.transmits() ? kPttByCommand : kPttNone), kTargetable,
+                      "has_set_vfo=1", "has_get_vfo=1", "has_set_freq=1", "has_get_freq=1", "has_set_conf=0",
+                      "has_get_conf=0", "has_power2mW=0", "has_mW2power=0", "timeout=0",
+                      fmt::format("rig_model={}", kModel), "done"});
     return lines;
 }
 

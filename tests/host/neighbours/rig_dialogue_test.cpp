@@ -8,14 +8,12 @@ using namespace ferrow;
 
 namespace {
 
-struct Dialogue : testing::Test {
+struct RigDialogueOf : testing::Test {
     test::FakeRig rig;
     RigDialogue dialogue{rig};
 
     std::string ask(std::string_view line) { return dialogue.answer(line); }
 };
-
-using RigDialogueOf = Dialogue;
 
 } // namespace
 
