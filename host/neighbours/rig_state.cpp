@@ -10,7 +10,8 @@ constexpr int kModel = 2; // network radio
 constexpr int kRegion = 1;
 constexpr unsigned kVfoAAndB = 0x3;
 constexpr unsigned kStrengthLevel = 1U << 30;
-// Frequency and mode. Clients would else change over to the other VFO and back as they begin, to look at it.
+// Frequency and mode. Clients would else change over to the other VFO and back as they begin, to look at it,
+// and get into each other's way.
 constexpr const char* kTargetable = "targetable_vfo=0x3";
 constexpr int kPttNone = 0, kPttByCommand = 1;
 

@@ -115,7 +115,8 @@ TEST_F(Rigctl, ExchangesVfos) {
 TEST_F(Rigctl, SetsSplit) {
     expect("s", "0\nVFOA\n");
     expect("S 1 VFOB s", "1\nVFOB\n");
-    expect("I 14079000 X PKTUSB 3000 i x", "14079000\nPKTUSB\n3000\n");
+    // The frequency is asked for where VFOs are named, below: else rigctl sends a plain f.
+    expect("I 14079000 X PKTUSB 3000 x", "PKTUSB\n3000\n");
     expect("f", "14074000\n");
     onThread([this] {
         EXPECT_EQ(rig_.vfo(), Vfo::A);
