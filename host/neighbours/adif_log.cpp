@@ -19,11 +19,20 @@ namespace {
 
 constexpr int kOwnerWrites = 0644;
 
-bool hasRecordEnd(std::string_view text) {
+// Whether a record ends in the text and another one follows. A text that only happens to stand in a field
+// does not count.
+bool hasRecords(std::string_view text) {
     constexpr std::string_view kEnd = "<EOR>";
-    return std::search(text.begin(), text.end(), kEnd.begin(), kEnd.end(), [](char a, char b) {
-               return std::toupper(static_cast<unsigned char>(a)) == b;
-           }) != text.end();
+    for (auto at = text.begin();;) {
+        at = std::search(at, text.end(), kEnd.begin(), kEnd.end(),
+                         [](char a, char b) { return std::toupper(static_cast<unsigned char>(a)) == b; });
+        if (at == text.end())
+            return false;
+        at = std::find_if(at + kEnd.size(), text.end(),
+                          [](char c) { return std::isspace(static_cast<unsigned char>(c)) == 0; });
+        if (at != text.end() && *at == '<')
+            return true;
+    }
 }
 
 Failure failure(const std::string& path, std::string_view what) {
@@ -91,7 +100,7 @@ void AdifLog::repair() {
     if (whole == 0 && !halfHeader)
         throw Failure(fmt::format("{} is no ADIF log", path_));
     // With records behind it, what cannot be read is a fault of another kind, and no end that was cut short.
-    if (!rest.empty() && !hasRecordEnd(rest)) {
+    if (!rest.empty() && !hasRecords(rest)) {
         if (!halfHeader) {
             std::ofstream aside(path_ + ".damaged", std::ios::binary | std::ios::app);
             aside << rest << '\n';

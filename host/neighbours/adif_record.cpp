@@ -75,7 +75,8 @@ struct Tag {
     std::size_t end = 0; // in the text, behind its data
 };
 
-// The next <...> at or behind `from` with its data; nothing if that is cut short or no tag.
+// The next <...> at or behind `from` with its data; nothing if that is cut short. What states no length has
+// no data.
 std::optional<Tag> nextTag(std::string_view text, std::size_t from) {
     const std::size_t open = text.find('<', from);
     const std::size_t close = open == std::string_view::npos ? open : text.find('>', open);
@@ -88,7 +89,9 @@ std::optional<Tag> nextTag(std::string_view text, std::size_t from) {
     const std::string_view number = inside.substr(colon + 1, inside.find(':', colon + 1) - colon - 1);
     std::size_t length = 0;
     const auto [stop, error] = std::from_chars(number.data(), number.data() + number.size(), length);
-    if (error != std::errc() || stop != number.data() + number.size() || length > text.size() - close - 1)
+    if (error != std::errc() || stop != number.data() + number.size())
+        return Tag{{}, close + 1};
+    if (length > text.size() - close - 1)
         return std::nullopt;
     return Tag{inside.substr(0, colon), close + 1 + length};
 }

@@ -85,6 +85,13 @@ public:
     const WsjtxSender& sender() const { return sender_; }
 
 private:
+    // A copy, since what is called may end the link.
+    template <typename... T>
+    static void tell(std::function<void(T...)> whom, const std::type_identity_t<T>&... what) {
+        if (whom)
+            whom(what...);
+    }
+
     void beat() {
         send(wsjtxHeartbeat(sender_, FERROW_VERSION, ""));
         if (status_)
@@ -120,14 +127,13 @@ private:
         if (clear.window == kOtherWindowOnly)
             return;
         decodes_.clear();
-        if (link_->onClear)
-            link_->onClear();
+        tell(link_->onClear);
     }
     void obey(const WsjtxReply& reply) {
         const bool known = std::any_of(decodes_.begin(), decodes_.end(),
                                        [&](const WsjtxDecode& one) { return same(one, reply.decode); });
-        if (known && link_->onReply)
-            link_->onReply(reply);
+        if (known)
+            tell(link_->onReply, reply);
     }
     void obey(const WsjtxReplay&) {
         for (WsjtxDecode decode : decodes_) {
@@ -135,18 +141,9 @@ private:
             send(wsjtxDecode(sender_, decode));
         }
     }
-    void obey(const WsjtxHaltTx& halt) {
-        if (link_->onHaltTx)
-            link_->onHaltTx(halt);
-    }
-    void obey(const WsjtxFreeText& text) {
-        if (link_->onFreeText)
-            link_->onFreeText(text);
-    }
-    void obey(const WsjtxClose&) {
-        if (link_->onClose)
-            link_->onClose();
-    }
+    void obey(const WsjtxHaltTx& halt) { tell(link_->onHaltTx, halt); }
+    void obey(const WsjtxFreeText& text) { tell(link_->onFreeText, text); }
+    void obey(const WsjtxClose&) { tell(link_->onClose); }
 
     WsjtxLink* link_; // null once closed
     udp::socket socket_;
