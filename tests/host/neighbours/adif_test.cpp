@@ -37,9 +37,10 @@ std::vector<Record> readAdif(const std::string& text) {
     std::string skipped;
     int headers = 0;
     while (std::getline(stream, skipped, '<')) {
-        if (headers == 1)
+        if (headers == 1) {
             EXPECT_EQ(skipped.find_first_not_of(" \n"), std::string::npos)
                 << "text between fields: " << skipped;
+        }
         std::string tag;
         if (!std::getline(stream, tag, '>'))
             break;
@@ -154,6 +155,7 @@ TEST_F(AdifFile, AnEndCutShortAnywhereIsRepaired) {
         log.add(someContact("G4ABC"));
         log.add(someContact("W9XYZ"));
     }
+    // The name of a record's end stands in the records' comments too.
     const std::string all = readFile(path_);
     const std::size_t first = all.find("<EOR>\n", all.find("contact ")) + 5; // behind the first record
     const std::size_t second = all.rfind("<EOR>") + 5;
@@ -193,13 +195,16 @@ TEST_F(AdifFile, LogsOfOtherProgramsAreGoneOnWith) {
 }
 
 TEST_F(AdifFile, AFaultInTheMiddleIsLeftAlone) {
-    const std::string faulty =
-        "x <EOH>\n<CALL:5>K2DEF <EOR>\n<CALL:nonsense>K3GHI <EOR>\n<CALL:5>K4JKL <EOR>\n";
-    writeFile(path_, faulty);
-    AdifLog log(path_);
-    log.add(someContact());
-    EXPECT_EQ(log.repaired(), 0U);
-    EXPECT_TRUE(readFile(path_).starts_with(faulty + "<CALL:5>G4ABC "));
+    for (const std::string fault :
+         {"<CALL:nonsense>", "<CALL:>", "<CALL:9999>", "<CALL:99999999999999999999>"}) {
+        const std::string faulty =
+            "x <EOH>\n<CALL:5>K2DEF <EOR>\n" + fault + "K3GHI <EOR>\n<CALL:5>K4JKL <EOR>\n";
+        writeFile(path_, faulty);
+        AdifLog log(path_);
+        log.add(someContact());
+        EXPECT_EQ(log.repaired(), 0U) << fault;
+        EXPECT_TRUE(readFile(path_).starts_with(faulty + "<CALL:5>G4ABC ")) << fault;
+    }
 }
 
 TEST_F(AdifFile, OtherFilesAreNotTouched) {
