@@ -332,7 +332,7 @@ std::string RigDialogue::answer(std::string_view line) {
     line.remove_prefix(begin);
     const char separator = separatorOf(line[0]);
     if (separator != '\0')
-        line.remove_prefix(1);
+        line.remove_prefix(std::min(line.find_first_not_of(" \t", 1), line.size()));
 
     const bool byName = line.starts_with('\\');
     if (byName)

@@ -213,6 +213,8 @@ TEST_F(RigDialogueOf, TheExtendedProtocolNamesWhatItAnswers) {
     EXPECT_EQ(ask("+l STRENGTH"), "get_level: STRENGTH\nLevel Value: -23\nRPRT 0\n");
     EXPECT_EQ(ask("+\\get_powerstat"), "get_powerstat:\nPower Status: 1\nRPRT 0\n");
     EXPECT_EQ(ask("+_"), "get_info:\nInfo: a radio in memory\nRPRT 0\n");
+    EXPECT_EQ(ask("+ \t f"), "get_freq:\nFrequency: 14251000\nRPRT 0\n");
+    EXPECT_EQ(ask("+\t"), ":\nRPRT -11\n");
     EXPECT_EQ(ask("+F abc"), "set_freq: abc\nRPRT -1\n");
     EXPECT_EQ(ask("+\\no_such"), "no_such:\nRPRT -11\n");
     EXPECT_EQ(ask("f"), "14251000\n") << "the next command is of the default protocol again";
