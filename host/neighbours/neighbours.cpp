@@ -14,8 +14,9 @@ constexpr const char* kPlaceName = "[ADDRESS:PORT]";
 // An option whose value may be left out.
 void addPlace(CLI::App& command, const char* name, std::optional<std::string>& place,
               const std::string& help) {
-    const auto read = [&place](const CLI::results_t& words) {
+    const auto read = [&place, name](const CLI::results_t& words) {
         place = words.empty() ? "" : words[0];
+        parseEndpoint(*place, {}, name); // what cannot be read ends here
         return true;
     };
     command.add_option(name, read, help)->type_name(kPlaceName)->expected(0, 1);
