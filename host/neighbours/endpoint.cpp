@@ -26,9 +26,9 @@ Endpoint parseEndpoint(std::string_view text, const Endpoint& usual, std::string
         const std::size_t end = text.find(']');
         address = text.substr(1, end == std::string_view::npos ? 0 : end - 1);
         port = end == std::string_view::npos ? "?" : text.substr(end + 1);
-        if (port.starts_with(':') && port.size() > 1)
+        if (port.starts_with(':') && port.size() > 1 && !address.empty())
             port.remove_prefix(1);
-        else if (!port.empty())
+        else if (!port.empty() || address.empty())
             port = "?"; // something else than a port
     } else if (const std::size_t colon = text.find(':'); colon != std::string_view::npos) {
         address = text.substr(0, colon);

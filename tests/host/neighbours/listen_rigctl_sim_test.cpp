@@ -69,7 +69,7 @@ TEST(ListenRigctl, TunesAndReadsTheMeter) {
     const RigctlOutcome key = rigctl(server, "T 1 t");
     EXPECT_TRUE(key.output.ends_with("0\n")) << "no key is to be had: " << key.output;
     EXPECT_NE(rigctl(server, "_").output.find("hpsdr://127.78.5.1"), std::string::npos);
-    EXPECT_EQ(rigctl(server, "\\\\get_powerstat").output, "1\n");
+    EXPECT_EQ(rigctl(server, "get_powerstat").output, "1\n");
 
     ferrow.signal(SIGINT);
     EXPECT_EQ(ferrow.finish().code, 0) << ferrow.output();

@@ -57,8 +57,9 @@ TEST(Endpoints, AreReadAndWritten) {
                                                         {"[::1]:65535", "[::1]:65535"}};
     for (const auto& [text, expected] : good)
         EXPECT_EQ(parseEndpoint(text, usual, "--rigctl").text(), expected) << text;
-    for (const char* text : {"example.org:4532", "127.0.0.1:65536", "127.0.0.1:x", "127.0.0.1:-1", "1.2.3:4",
-                             "[::1", "[::1]4532", "[]:1", "::1", "70000", "127.0.0.1:1:2", "1.2.3.4 :5"})
+    for (const char* text :
+         {"example.org:4532", "127.0.0.1:65536", "127.0.0.1:x", "127.0.0.1:-1", "1.2.3:4", "[::1",
+          "[::1]4532", "[]:1", "[]", "::1", "70000", "127.0.0.1:1:2", "1.2.3.4 :5"})
         EXPECT_THROW(parseEndpoint(text, usual, "--rigctl"), UsageError) << text;
     EXPECT_TRUE(parseEndpoint("127.78.0.1", usual, "").loopback());
     EXPECT_TRUE(parseEndpoint("[::1]", usual, "").loopback());
