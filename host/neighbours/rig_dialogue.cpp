@@ -13,6 +13,9 @@ namespace {
 
 using Words = std::vector<std::string>;
 
+constexpr std::string_view kSpace = " \t";
+// In the first line that a web browser sends. What a page makes it send behind that are no commands.
+constexpr std::string_view kHttp = " HTTP/";
 constexpr double kHighestNumber = 1e12; // Hz; far above any range
 
 struct Record {
@@ -28,17 +31,16 @@ struct Request {
 struct Reply {
     int error = kRigDone;
     std::vector<Record> records;
-    bool list = false; // what `?` has asked for
 };
 
 Words split(std::string_view text) {
     Words words;
     while (true) {
-        const std::size_t begin = text.find_first_not_of(" \t");
+        const std::size_t begin = text.find_first_not_of(kSpace);
         if (begin == std::string_view::npos)
             return words;
         text.remove_prefix(begin);
-        const std::size_t end = std::min(text.find_first_of(" \t"), text.size());
+        const std::size_t end = std::min(text.find_first_of(kSpace), text.size());
         words.emplace_back(text.substr(0, end));
         text.remove_prefix(end);
     }
@@ -118,10 +120,7 @@ struct RigCommands {
         Handler handler;
     };
 
-    static void list(Reply& reply, std::string names) {
-        reply.list = true;
-        reply.records = {{nullptr, std::move(names)}};
-    }
+    static void list(Reply& reply, std::string names) { reply.records = {{nullptr, std::move(names)}}; }
 
     static bool asksForList(const Request& request) { return request.words.front() == "?"; }
 
@@ -267,6 +266,7 @@ struct RigCommands {
     static void quit(RigDialogue& self, const Request&, Reply&) { self.ended_ = true; }
 
     static const Row* find(std::string_view letterOrName, bool byName);
+    static Reply run(RigDialogue& self, const Row& row, Words words);
 };
 
 namespace {
@@ -310,6 +310,26 @@ char separatorOf(char first) {
     return punctuation && first != '\\' && first != '?' && first != '_' && first != '#' ? first : '\0';
 }
 
+std::string report(const Reply& reply) {
+    return fmt::format("RPRT {}\n", reply.error);
+}
+
+std::string show(const Reply& reply, bool set) {
+    if (reply.error != kRigDone)
+        return report(reply);
+    std::string text;
+    for (const Record& record : reply.records)
+        text += record.value + '\n';
+    return set ? text + report(reply) : text;
+}
+
+std::string showExtended(const Reply& reply, const std::string& header, char separator) {
+    std::string text = header + separator;
+    for (const Record& record : reply.records)
+        text += (record.key ? fmt::format("{}: ", record.key) : "") + record.value + separator;
+    return text + report(reply);
+}
+
 bool isText(std::string_view line) {
     return std::all_of(line.begin(), line.end(), [](char c) { return (c >= ' ' && c <= '~') || c == '\t'; });
 }
@@ -318,73 +338,63 @@ bool isText(std::string_view line) {
 
 const RigCommands::Row* RigCommands::find(std::string_view word, bool byName) {
     for (const Row& row : kRows)
-        if (byName ? word == row.name : word.size() == 1 && static_cast<unsigned char>(word[0]) == row.letter)
+        if (byName ? word == row.name
+                   : row.letter != kNoLetter && word.size() == 1 &&
+                         static_cast<unsigned char>(word[0]) == row.letter)
             return &row;
     return nullptr;
+}
+
+Reply RigCommands::run(RigDialogue& self, const Row& row, Words words) {
+    Request request{self.port_.vfo(), std::move(words)};
+    if (row.takesVfo && !request.words.empty()) {
+        if (const auto vfo = readVfo(request.words.front(), self.port_)) {
+            request.vfo = *vfo;
+            request.words.erase(request.words.begin());
+        }
+    }
+    Reply reply;
+    if (request.words.size() < row.fewest || request.words.size() > row.most)
+        reply.error = kRigBadArgument;
+    else
+        row.handler(self, request, reply);
+    return reply;
 }
 
 std::string RigDialogue::answer(std::string_view line) {
     if (line.ends_with('\r'))
         line.remove_suffix(1);
-    const std::size_t begin = line.find_first_not_of(" \t");
+    const std::size_t begin = line.find_first_not_of(kSpace);
     if (begin == std::string_view::npos || line[begin] == '#')
         return "";
+    if (line.find(kHttp) != std::string_view::npos) {
+        ended_ = true;
+        return "";
+    }
     line.remove_prefix(begin);
     const char separator = separatorOf(line[0]);
     if (separator != '\0')
-        line.remove_prefix(std::min(line.find_first_not_of(" \t", 1), line.size()));
+        line.remove_prefix(std::min(line.find_first_not_of(kSpace, 1), line.size()));
 
     const bool byName = line.starts_with('\\');
     if (byName)
         line.remove_prefix(1);
     // A letter may have its argument right behind it.
-    const std::size_t length =
-        byName ? std::min(line.find_first_of(" \t"), line.size()) : std::min<std::size_t>(1, line.size());
+    const std::size_t length = std::min(byName ? line.find_first_of(kSpace) : 1, line.size());
     const std::string_view word = line.substr(0, length);
     const std::string_view rest = line.substr(length);
-
-    Request request;
-    request.words = split(rest);
-    Reply reply;
-    std::string header(isText(word) ? word : "?");
     const RigCommands::Row* row = RigCommands::find(word, byName);
-    if (!row || !isText(rest)) {
-        reply.error = row ? kRigBadArgument : kRigNotAvailable;
-        request.words.clear();
-    }
-    if (row)
-        header = row->name;
+
+    std::string header = row ? row->name : isText(word) ? std::string(word) : "?";
     header += ':';
-    for (const std::string& one : request.words)
-        header += ' ' + one;
-
-    if (reply.error == kRigDone) {
-        request.vfo = port_.vfo();
-        if (row->takesVfo && !request.words.empty()) {
-            if (const auto vfo = readVfo(request.words.front(), port_)) {
-                request.vfo = *vfo;
-                request.words.erase(request.words.begin());
-            }
-        }
-        if (request.words.size() < row->fewest || request.words.size() > row->most)
-            reply.error = kRigBadArgument;
-        else
-            row->handler(*this, request, reply);
+    Reply reply{row ? kRigBadArgument : kRigNotAvailable, {}};
+    if (row && isText(rest)) {
+        const Words words = split(rest);
+        for (const std::string& one : words)
+            header += ' ' + one;
+        reply = RigCommands::run(*this, *row, words);
     }
-
-    const std::string report = fmt::format("RPRT {}\n", reply.error);
-    std::string text;
-    if (separator != '\0') {
-        text = header + separator;
-        for (const Record& record : reply.records)
-            text += (record.key ? fmt::format("{}: ", record.key) : "") + record.value + separator;
-        return text + report;
-    }
-    if (reply.error != kRigDone || !row)
-        return report;
-    for (const Record& record : reply.records)
-        text += record.value + '\n';
-    return row->set ? text + report : text;
+    return separator != '\0' ? showExtended(reply, header, separator) : show(reply, row && row->set);
 }
 
 } // namespace ferrow

@@ -27,7 +27,7 @@ public:
     // of a line, or with the separator that the client asked for.
     std::string answer(std::string_view line);
 
-    // Whether the client has said goodbye.
+    // Whether the client has said goodbye, or turned out to be a web browser.
     bool ended() const { return ended_; }
 
 private:

@@ -59,7 +59,7 @@ private:
                                      : dialogue_.answer(line->text);
         }
         if (answer_.empty())
-            return read();
+            return dialogue_.ended() ? end() : read();
         boost::asio::async_write(socket_, boost::asio::buffer(answer_),
                                  [self = shared_from_this()](error_code error, std::size_t) {
                                      if (error || self->dialogue_.ended() || !self->socket_.is_open())

@@ -248,6 +248,7 @@ TEST_F(RigDialogueOf, WhatIsNoTextIsRefusedAndNotSentBack) {
     EXPECT_EQ(ask("+\\\x1b[2J"), "?:\nRPRT -11\n");
     EXPECT_EQ(ask("\xff\xfb\x1f"), "RPRT -11\n");
     EXPECT_EQ(ask(std::string_view("f\0", 2)), "RPRT -1\n");
+    EXPECT_EQ(ask(std::string_view("\0", 1)), "RPRT -11\n");
 }
 
 TEST_F(RigDialogueOf, GoodbyeEndsIt) {

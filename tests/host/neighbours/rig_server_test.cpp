@@ -207,6 +207,16 @@ TEST_F(RigServerOver, GoodbyeClosesTheConnection) {
         [this] { EXPECT_EQ(rig_.frequency(Vfo::A), 14'074'000) << "what comes behind it does not count"; });
 }
 
+TEST_F(RigServerOver, AWebPageCannotPressTheKey) {
+    const auto one = client();
+    one->send("POST / HTTP/1.1\r\nHost: localhost:4532\r\nContent-Type: text/plain\r\n\r\nT 1\nF 7000000\n");
+    EXPECT_TRUE(one->closes());
+    onThread([this] {
+        EXPECT_FALSE(rig_.ptt());
+        EXPECT_EQ(rig_.frequency(Vfo::A), 14'074'000);
+    });
+}
+
 TEST_F(RigServerOver, TakesNoMoreThanItsClients) {
     std::vector<std::unique_ptr<RawClient>> all;
     for (std::size_t i = 0; i < RigServer::kMostClients; ++i) {
