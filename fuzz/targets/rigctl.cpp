@@ -9,11 +9,12 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace ferrow;
     constexpr std::size_t kLongestLine = 1024;
+    constexpr int kMostLines = 100; // more only take time
     test::FakeRig rig;
     RigDialogue dialogue(rig);
     LineBuffer lines(kLongestLine);
     std::string_view bytes(reinterpret_cast<const char*>(data), size);
-    while (!bytes.empty() && !dialogue.ended()) {
+    for (int i = 0; i < kMostLines && !bytes.empty() && !dialogue.ended(); ++i) {
         const auto line = lines.take(bytes);
         if (!line)
             break;
