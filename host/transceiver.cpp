@@ -44,6 +44,11 @@ void Transceiver::setMode(Object mode, int low, int high) {
     retune(); // the receivers were shared out for the filter that a new transceiver has
 }
 
+void Transceiver::setVfo(long long vfo) {
+    vfo_ = vfo;
+    vtrx_setvfo(vtrx_.get(), vfo);
+}
+
 // A muted transceiver has no microphone either. What is left alone is the system's own device.
 void Transceiver::setAudio(const AudioChoice& output, const AudioChoice& microphone) {
     using Kind = AudioChoice::Kind;

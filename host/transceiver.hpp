@@ -33,6 +33,7 @@ public:
 
     // Takes over a mode object and sets the filter for it, in Hz relative to vfo.
     void setMode(Object mode, int low, int high);
+    void setVfo(long long vfo);
     void setAudio(const AudioChoice& output, const AudioChoice& microphone = {});
 
     // Band of the transmit filter in Hz relative to vfo, and how far above vfo the carrier stands.
