@@ -300,6 +300,7 @@ void Station::pollRadio(Clock::time_point now) {
             session_.retuneAll();
         }
         fmt::print(stderr, "ferrow: {}\n", radioText_);
+        nextNotices_ = now;
         tellAll(textOf({{"is", "radio"}, {"ok", ok}, {"text", radioText_}}));
     }
     if (!radioOk_)

@@ -16,7 +16,7 @@ struct StationOptions {
     TransmitPower power;
     TransmitLimits limits;
     int mostTransceivers = 4; // of a listener
-    int mostBanks = 16;       // transceivers in PSK modes, of all listeners
+    int mostBanks = 8;        // transceivers in PSK modes, of all listeners
 };
 
 // For the thread that pumps the library.
