@@ -305,11 +305,76 @@ def adif():
     write(t, "headless", b"<call:5:s>K2DEF<eor>\r\n")
     write(t, "faults", header + b"<CALL:x>y <EOR><CALL:99>z<EOR>\n" + record)
     write(t, "letter", b"Dear <you>, 1 < 2 > 0")
+# --- the server of the web page -----------------------------------------------------------------------------------
+def http():
+    t = "http"
+    token = "0123456789abcdef"
+
+    def request(target="/", method="GET", host="127.0.0.1:8073", fields=()):
+        lines = [f"{method} {target} HTTP/1.1", f"Host: {host}", *fields]
+        return ("\r\n".join(lines) + "\r\n\r\n").encode()
+
+    upgrade = ("Connection: Upgrade", "Upgrade: websocket", "Sec-WebSocket-Version: 13",
+               "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==")
+    write(t, "empty", b"")
+    write(t, "page", request())
+    write(t, "file", request("/app.js?v=1"))
+    write(t, "status", request("/status.json"))
+    write(t, "token", request(f"/?x=1&token={token}", host="radio.example"))
+    write(t, "wrong_token", request("/?token=0123456789abcde"))
+    write(t, "cookie", request("/app.css", fields=[f"Cookie: a=b; ferrow_8073={token}"]))
+    write(t, "socket", request("/ws", fields=upgrade))
+    write(t, "origin", request("/ws", fields=(*upgrade, "Origin: http://127.0.0.1:8073")))
+    write(t, "foreign", request("/ws", fields=(*upgrade, "Origin: http://evil.example")))
+    write(t, "null_origin", request(fields=["Origin: null"]))
+    write(t, "v6", request(host="[::1]:8073"))
+    write(t, "odd_host", request(host="[::1"))
+    write(t, "no_host", b"GET / HTTP/1.1\r\n\r\n")
+    write(t, "old", b"GET / HTTP/1.0\r\n\r\n")
+    write(t, "post", request(method="POST", fields=["Content-Length: 5"]) + b"hello")
+    write(t, "chunked", request(method="POST", fields=["Transfer-Encoding: chunked"]) + b"5\r\nhello\r\n0\r\n\r\n")
+    write(t, "both_lengths", request(fields=["Content-Length: 5", "Transfer-Encoding: chunked"]))
+    write(t, "huge_length", request(fields=["Content-Length: 99999999999999999999"]))
+    write(t, "paths", request("/../../etc/passwd"))
+    write(t, "escaped", request("/%2e%2e/%00"))
+    write(t, "folded", request(fields=["X: a", " b"]))
+    write(t, "bare_lines", b"GET / HTTP/1.1\nHost: 127.0.0.1\n\n")
+    write(t, "long", request(fields=["X: " + "x" * 8300]))
+    write(t, "many", request(fields=[f"X{i}: y" for i in range(600)]))
+    write(t, "nonsense", noise(200))
+
+
+def serve_text():
+    t = "serve_text"
+    orders = [
+        {"do": "add", "frequency": 14074000, "mode": "ft8"}, {"do": "remove", "id": 1},
+        {"do": "set", "id": 1, "frequency": 7100000, "mode": "lsb", "low": -2800, "high": -200, "agc": "off", "gain": 30,
+         "squelch": -90.5, "nr": 80, "volume": 0.25, "mute": True, "marker": 1200},
+        {"do": "set", "id": 1, "squelch": None, "nr": None}, {"do": "set", "id": 1, "low": 300, "high": 200},
+        {"do": "view", "id": 1, "zoom": 8, "offset": -1500.5, "bins": 512, "rate": 12.5},
+        {"do": "view", "id": 1, "zoom": 3}, {"do": "audio", "format": "opus"}, {"do": "audio", "format": "mp3"},
+        {"do": "ping", "t": 1790000000123}, {"do": "key", "id": 1, "on": True}, {"do": "tune", "id": 1, "on": False},
+        {"do": "send", "id": 1, "text": "CQ \u00e4"}, {"do": "stop"},
+        {"do": "ft8", "id": 1, "message": "CQ K1ABC FN42", "frequency": 1500, "parity": "even", "times": 3},
+        {"do": "ft8", "id": 1, "message": "CQ K1ABC FN42", "parity": "third"},
+        {"do": "log", "call": "K1ABC", "grid": "FN42", "sent": "-10", "received": "-05", "mode": "FT8", "frequency": 14074000},
+        {"do": "nothing"}, {"do": 1}, {},
+    ]
+    for i, order in enumerate(orders):
+        write(t, f"order{i:02}", json.dumps(order).encode())
+    for name, text in {"empty_text": " ", "list": "[]", "cut": '{"do":"sto', "huge": '{"do":"ping","t":1e999}',
+                       "big_id": '{"do":"remove","id":99999999999999999999}', "twice": '{"do":"stop","do":"ping"}',
+                       "deep": '{"do":' + "[" * 500 + "]" * 500 + "}"}.items():
+        write(t, name, text.encode())
+    write(t, "bytes", b'{"do":"stop","x":"\xff\xfe"}')
+    write(t, "sound", bytes([3, 1, 0, 0]) + struct.pack("<I", 7) + struct.pack("<4h", 0, 32767, -32768, 1))
+    write(t, "odd_sound", bytes([3, 1, 0, 0]) + struct.pack("<I", 7) + b"\x01")
+    write(t, "no_sound", bytes([3, 1]))
 
 
 if __name__ == "__main__":
     shutil.rmtree(CORPUS, ignore_errors=True)
-    for make in (protocol2, protocol1, discovery, wsproxy, multi_psk, wav, scene, rigctl, wsjtx, adif):
+    for make in (protocol2, protocol1, discovery, wsproxy, multi_psk, wav, scene, rigctl, wsjtx, adif, http, serve_text):
         rng = random.Random(20)
         make()
     files = [p for p in CORPUS.rglob("*") if p.is_file()]

@@ -20,6 +20,7 @@ void addTalkCommand(CLI::App& program, Action& chosen);
 void addTuneCommand(CLI::App& program, Action& chosen);
 void addTextCommand(CLI::App& program, Action& chosen);
 void addSendCommand(CLI::App& program, Action& chosen);
+void addServeCommand(CLI::App& program, Action& chosen);
 void addDenoiseCommand(CLI::App& program, Action& chosen);
 void addDemoCommand(CLI::App& program, Action& chosen);
 void addStressCommand(CLI::App& program, Action& chosen);

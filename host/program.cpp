@@ -22,6 +22,7 @@ int runFerrow(int argc, const char* const* argv) {
     addTuneCommand(program, chosen);
     addTextCommand(program, chosen);
     addSendCommand(program, chosen);
+    addServeCommand(program, chosen);
     addDenoiseCommand(program, chosen);
     addDemoCommand(program, chosen);
     addStressCommand(program, chosen);
