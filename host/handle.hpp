@@ -20,7 +20,8 @@ int liveObjects();
 class Object {
 public:
     Object() = default;
-    // Takes over a handle that the host owns: from a _create, or from a callback.
+    // Takes over a handle that the host owns: from a _create, or from a callback. Where no callback is left
+    // for it, gives it back at once and throws Failure.
     explicit Object(void* handle);
     ~Object() { reset(); }
     Object(Object&& other) noexcept

@@ -25,6 +25,8 @@ int runFerrow(int argc, const char* const* argv) {
     addServeCommand(program, chosen);
     addDenoiseCommand(program, chosen);
     addDemoCommand(program, chosen);
+    addStressCommand(program, chosen);
+    addLatencyCommand(program, chosen);
     try {
         program.parse(argc, argv);
         return chosen ? chosen() : kExitUsage;

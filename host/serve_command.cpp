@@ -21,6 +21,8 @@ struct Options {
     int listeners = 32, transceivers = 4;
     double limit = 180;
     bool transmit = false;
+    NeighbourOptions neighbours;
+    double s9 = -73;
 };
 
 std::chrono::milliseconds milliseconds(double seconds) {
@@ -62,6 +64,8 @@ int serveRadio(const Options& options) {
     stationOptions.power = options.arguments.power;
     stationOptions.limits.longest = milliseconds(options.limit);
     stationOptions.mostTransceivers = options.transceivers;
+    stationOptions.neighbours = options.neighbours;
+    stationOptions.s9 = options.s9;
     serve::Station station(library, found, stationOptions, guard ? &*guard : nullptr, door, traffic);
     station.awaitRadio();
     const serve::Server server(serverChoice, door, traffic);
@@ -85,14 +89,17 @@ void addServeCommand(CLI::App& program, Action& chosen) {
     command->footer("Prints \"ready http://ADDRESS:PORT/\" once the page is there. Ctrl-C ends it.");
     addRadioArguments(*command, options->radio)->required();
     command
-        ->add_option("--listen", options->listen,
-                     "ADDRESS:PORT; port 0: a free one. Any address but one of 127.0.0.0/8 or [::1] opens the "
-                     "radio to others, and takes a token")
+        ->add_option(
+            "--listen", options->listen,
+            "ADDRESS:PORT; port 0: a free one. Any address but one of 127.0.0.0/8 or [::1] opens the "
+            "radio to others, and takes a token")
         ->capture_default_str();
-    command->add_option("--token", options->token,
-                        "what /?token=... must say; made up and printed where one is needed and none is given");
-    command->add_option("--host-name", options->names,
-                        "another name that browsers reach this server by, as through a proxy; may be repeated");
+    command->add_option(
+        "--token", options->token,
+        "what /?token=... must say; made up and printed where one is needed and none is given");
+    command->add_option(
+        "--host-name", options->names,
+        "another name that browsers reach this server by, as through a proxy; may be repeated");
     command->add_option("--listeners", options->listeners, "at most so many at once")
         ->check(CLI::Range(1, 32))
         ->capture_default_str();
@@ -101,12 +108,14 @@ void addServeCommand(CLI::App& program, Action& chosen) {
         ->capture_default_str();
     CLI::Option* transmit =
         command->add_flag("--transmit", options->transmit, "lets listeners transmit, one at a time");
-    command
-        ->add_option("--limit", options->limit, "seconds that a transmission may last")
+    command->add_option("--limit", options->limit, "seconds that a transmission may last")
         ->check(CLI::Range(1.0, 3600.0))
         ->capture_default_str()
         ->needs(transmit);
     addTransmitArguments(*command, options->arguments)->needs(transmit);
+    addNeighbourOptions(*command, options->neighbours);
+    command->add_option("--s9", options->s9, "level in dB that reads as S9, for rig control")
+        ->capture_default_str();
     command->callback([options, &chosen] { chosen = [options] { return serveRadio(*options); }; });
 }
 

@@ -46,24 +46,24 @@ public:
         parser_.emplace();
         parser_->header_limit(kMostHead);
         stream_.expires_after(first ? state_.options.requestTime : state_.options.idleTime);
-        http::async_read(stream_, buffer_, *parser_,
-                         [self = shared_from_this()](beast::error_code error, std::size_t) {
-                             self->take(error);
-                         });
+        http::async_read_header(stream_, buffer_, *parser_,
+                                [self = shared_from_this()](beast::error_code error, std::size_t) {
+                                    self->take(error);
+                                });
     }
 
 private:
     void take(beast::error_code error) {
         if (error == http::error::header_limit)
             return answer(respond(431, "text/plain", "the request is too long\n"), false);
-        if (error == http::error::unexpected_body || error == http::error::body_limit)
-            return answer(respond(413, "text/plain", "no content is taken\n"), false);
         if (error.category() == http::make_error_code(http::error::end_of_stream).category() &&
             error != http::error::end_of_stream && error != http::error::partial_message)
             return answer(respond(400, "text/plain", "this is no request\n"), false);
         if (error)
             return;
         state_.traffic.requests.fetch_add(1, std::memory_order_relaxed);
+        if (parser_->chunked() || parser_->content_length().value_or(0) > 0)
+            return answer(respond(413, "text/plain", "no content is taken\n"), false);
         const Request request = parser_->release();
         const Decision decision = decide(headOf(request), state_.rules);
         if (decision.status == 401 || decision.status == 403)
@@ -74,7 +74,7 @@ private:
         if (!decision.setCookie.empty())
             response.set(http::field::set_cookie, decision.setCookie);
         headOnly_ = request.method() == http::verb::head;
-        answer(std::move(response), request.keep_alive());
+        answer(std::move(response), request.keep_alive() && decision.status == 200);
     }
 
     void startSocket(const Request& request) {

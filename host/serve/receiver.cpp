@@ -98,14 +98,14 @@ void Receiver::renewMode() {
 void Receiver::set(const SetOrder& order) {
     const ServeMode* mode = order.mode ? findMode(*order.mode) : mode_;
     const bool other = mode != mode_;
-    const int low = order.low.value_or(other ? mode->low : low_);
-    const int high = order.high.value_or(other ? mode->high : high_);
+    const int low = order.low.value_or(order.mode ? mode->low : low_);
+    const int high = order.high.value_or(order.mode ? mode->high : high_);
     if (low >= high)
         throw Refusal("the filter's low edge is not below its high one");
     if (order.marker && mode->marker == 0)
         throw Refusal(std::string(mode->name) + " has no marker");
     long long frequency = order.frequency.value_or(frequency_);
-    int marker = other ? mode->marker : marker_;
+    int marker = order.mode ? mode->marker : marker_;
     if (order.marker && mode->family == Family::Cw)
         frequency += *order.marker - marker; // what is heard there comes to the pitch
     else

@@ -36,6 +36,8 @@ void SlotDesk::add(SlotMode mode, long long dial, const NewFile& file, Take take
 void SlotDesk::poll() {
     for (auto& [place, channel] : channels_) {
         while (auto slot = channel.decoder.take()) {
+            if (onDecoded && slot->error.empty())
+                onDecoded(place.first, *slot);
             for (const Take& take : channel.waiting[slot->time.iso])
                 take(*slot);
             channel.waiting.erase(slot->time.iso);

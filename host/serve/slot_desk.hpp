@@ -17,6 +17,9 @@ class SlotDesk {
 public:
     using Take = std::function<void(const DecodedSlot&)>;
 
+    // Once for each period that has been decoded, however many have recorded it.
+    std::function<void(SlotMode, const DecodedSlot&)> onDecoded;
+
     // A folder of its own for a transceiver's recordings, with a separator at its end.
     std::string folder(int id) const { return recordings_.subfolder(std::to_string(id)); }
 

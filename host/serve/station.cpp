@@ -16,6 +16,15 @@ constexpr auto kRound = 50ms; // at the longest
 constexpr auto kNoticePause = 250ms, kReadingsPause = 500ms;
 constexpr auto kTryPause = 2s;   // between attempts to bring a lost radio back
 constexpr auto kSearchTime = 1s; // of the question whether it is there
+constexpr int kRig = 0;          // as a listener; these count from 1
+constexpr long long kHouseFrequency = 14'200'000;
+
+// Where nobody listens.
+class DeafPeer : public Peer {
+public:
+    void send(std::string) override {}
+    void send(OutgoingFrame) override {}
+};
 
 } // namespace
 
@@ -31,11 +40,68 @@ Station::Station(Library& library, const FoundRadio& radio, const StationOptions
                                       one->second.peer->send(errorText(about, text));
                               }});
     session_.open();
+    openNeighbours();
     postNotices();
+}
+
+void Station::openNeighbours() {
+    const NeighbourOptions& options = options_.neighbours;
+    if (!options.rigctl && !options.wsjtx && options.adif.empty())
+        return;
+    RigSeat seat;
+    seat.description =
+        fmt::format("{} at {}", radioJson()["name"].get<std::string>(), options_.address.url());
+    seat.receiver = [this] { return rigReceiver(); };
+    seat.set = [this](Receiver& receiver, const SetOrder& order) {
+        apply(receiver, order);
+        tellOwner(receiver);
+    };
+    seat.key = [this](Receiver& receiver, bool on) { desk_->key(kRig, receiver, on); };
+    seat.keyed = [this] { return desk_->keyed(); };
+    seat.transmits = [this] { return desk_->allowed(); };
+    seat.powered = [this] { return session_.alive(); };
+    seat.s9 = options_.s9;
+    neighbours_ = std::make_unique<NeighbourDesk>(options, std::move(seat), [this] { desk_->cancelAll(); });
+    slots_.onDecoded = [this](SlotMode mode, const DecodedSlot& slot) { neighbours_->decoded(mode, slot); };
+}
+
+Receiver* Station::shown() const {
+    Receiver* any = house_.get();
+    for (const auto& [number, listener] : listeners_)
+        for (const auto& [id, receiver] : listener.receivers) {
+            if (id == lastSet_)
+                return receiver.get();
+            any = receiver.get();
+        }
+    return any;
+}
+
+Receiver* Station::rigReceiver() {
+    if (Receiver* const receiver = shown())
+        return receiver;
+    try {
+        const AddOrder order{kHouseFrequency, "usb"};
+        const int id = freeId();
+        house_ = std::make_unique<Receiver>(ReceiverPlace{library_, session_, slots_}, id,
+                                            std::make_shared<DeafPeer>(), order, AudioFormat::Off);
+        ids_.insert(id);
+        desk_->welcome(*house_);
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "ferrow: no transceiver for rig control: {}\n", error.what());
+    }
+    return house_.get();
+}
+
+void Station::tellOwner(const Receiver& receiver) {
+    for (const auto& [number, listener] : listeners_)
+        if (listener.receivers.contains(receiver.id()))
+            listener.peer->send(textOf(receiver.state()));
 }
 
 Station::~Station() {
     desk_->cancelAll();
+    neighbours_.reset();
+    house_.reset();
     listeners_.clear();
     session_.stop();
 }
@@ -55,6 +121,8 @@ void Station::run() {
     while (!interrupted()) {
         library_.pumpUntil(
             [&] {
+                if (neighbours_)
+                    neighbours_->poll();
                 visits = door_.take();
                 return !visits.empty();
             },
@@ -109,8 +177,10 @@ void Station::dismiss(int number) {
         return;
     if (desk_->owner() == number)
         desk_->cancelAll();
-    for (const auto& [id, receiver] : found->second.receivers)
+    for (const auto& [id, receiver] : found->second.receivers) {
+        desk_->cancel(*receiver); // rig control may have keyed it
         ids_.erase(id);
+    }
     listeners_.erase(found);
 }
 
@@ -170,6 +240,7 @@ void Station::carryOut(int number, Listener& listener, const AddOrder& order) {
     ids_.insert(id);
     listener.peer->send(textOf(receiver->state()));
     listener.receivers[id] = std::move(receiver);
+    lastSet_ = id;
 }
 
 void Station::carryOut(int, Listener& listener, const RemoveOrder& order) {
@@ -181,13 +252,18 @@ void Station::carryOut(int, Listener& listener, const RemoveOrder& order) {
 
 void Station::carryOut(int, Listener& listener, const SetOrder& order) {
     Receiver& receiver = receiverOf(listener, order.id);
+    apply(receiver, order);
+    lastSet_ = order.id;
+    listener.peer->send(textOf(receiver.state()));
+}
+
+void Station::apply(Receiver& receiver, const SetOrder& order) {
     if (order.mode) {
         checkBanks(*order.mode, &receiver);
         if (*order.mode != receiver.mode().name)
             desk_->cancel(receiver);
     }
     receiver.set(order);
-    listener.peer->send(textOf(receiver.state()));
 }
 
 void Station::carryOut(int, Listener& listener, const ViewOrder& order) {
@@ -224,8 +300,11 @@ void Station::carryOut(int number, Listener& listener, const Ft8Order& order) {
     desk_->ft8(number, receiverOf(listener, order.id), order);
 }
 
-void Station::carryOut(int, Listener&, const LogOrder&) {
-    throw Refusal("this server keeps no log");
+void Station::carryOut(int, Listener& listener, const LogOrder& order) {
+    if (!neighbours_ || !neighbours_->logs())
+        throw Refusal("this server keeps no log");
+    neighbours_->logged(order);
+    listener.peer->send(textOf({{"is", "logged"}, {"call", order.call}}));
 }
 
 void Station::poll() {
@@ -236,7 +315,13 @@ void Station::poll() {
         for (auto& [id, receiver] : listener.receivers)
             receiver->poll(now);
     const auto owner = desk_->owner();
-    desk_->poll(now, owner ? listeners_.at(*owner).heard : now);
+    // Programs of rig control hold the key until they give it up: each of their words may come on a
+    // connection of its own.
+    desk_->poll(now, owner && *owner != kRig ? listeners_.at(*owner).heard : now);
+    if (house_)
+        house_->poll(now);
+    if (neighbours_)
+        neighbours_->setStatus(shown(), desk_->keyed(), desk_->allowed());
     if (desk_->keyed() != toldKeyed_ || (desk_->keyed() && now >= nextReadings_)) {
         nextReadings_ = now + kReadingsPause;
         tellTransmit();
@@ -300,6 +385,7 @@ void Station::pollRadio(Clock::time_point now) {
             session_.retuneAll();
         }
         fmt::print(stderr, "ferrow: {}\n", radioText_);
+        nextNotices_ = now;
         tellAll(textOf({{"is", "radio"}, {"ok", ok}, {"text", radioText_}}));
     }
     if (!radioOk_)
@@ -339,7 +425,8 @@ void Station::postNotices() {
     for (const auto& [number, listener] : listeners_) {
         json receivers = json::array();
         for (const auto& [id, receiver] : listener.receivers)
-            receivers.push_back({{"id", id}, {"frequency", receiver->frequency()}, {"mode", receiver->mode().name}});
+            receivers.push_back(
+                {{"id", id}, {"frequency", receiver->frequency()}, {"mode", receiver->mode().name}});
         listeners.push_back({{"id", number}, {"transceivers", std::move(receivers)}});
     }
     json radio = radioJson();

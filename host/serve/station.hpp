@@ -1,6 +1,7 @@
 // The radio and its listeners: carries out what they ask for.
 #pragma once
 
+#include "host/serve/neighbour_desk.hpp"
 #include "host/serve/traffic.hpp"
 #include "host/serve/transmit_desk.hpp"
 
@@ -16,7 +17,9 @@ struct StationOptions {
     TransmitPower power;
     TransmitLimits limits;
     int mostTransceivers = 4; // of a listener
-    int mostBanks = 16;       // transceivers in PSK modes, of all listeners
+    int mostBanks = 8;        // transceivers in PSK modes, of all listeners
+    NeighbourOptions neighbours;
+    double s9 = -73; // what a signal of S9 measures, dB
 };
 
 // For the thread that pumps the library.
@@ -62,6 +65,15 @@ private:
     void carryOut(int number, Listener& listener, const Ft8Order& order);
     void carryOut(int number, Listener& listener, const LogOrder& order);
 
+    void apply(Receiver& receiver, const SetOrder& order);
+    void openNeighbours();
+    // The transceiver that was set last, by any listener, else any, else the station's own; null if there is
+    // none.
+    Receiver* shown() const;
+    // The same, but the station makes one of its own.
+    Receiver* rigReceiver();
+    void tellOwner(const Receiver& receiver);
+
     Receiver& receiverOf(Listener& listener, int id);
     int freeId();
     int banks(const Receiver* without) const;
@@ -87,6 +99,9 @@ private:
     std::map<int, Listener> listeners_;
     std::set<int> ids_; // in use
     int lastId_ = 0;
+    int lastSet_ = 0;                 // number of a transceiver
+    std::unique_ptr<Receiver> house_; // for rig control while nobody listens
+    std::unique_ptr<NeighbourDesk> neighbours_;
     std::unique_ptr<TransmitDesk> desk_;
 
     const Clock::time_point began_ = Clock::now();

@@ -64,9 +64,10 @@ public:
     explicit Serving(const std::string& radio, const std::vector<std::string>& more = {},
                      const std::string& listen = "127.0.0.1:0")
         : running_(arguments(radio, more, listen)) {
-        if (!running_.waitFor("ready http://") || !running_.waitFor("/\n"))
-            if (running_.output().find("token=") == std::string::npos)
-                ADD_FAILURE() << running_.finish().output;
+        const auto token = std::find(more.begin(), more.end(), "--token");
+        const std::string end = token == more.end() ? "/\n" : "?token=" + *(token + 1) + "\n";
+        if (!running_.waitFor("ready http://") || !running_.waitFor(end))
+            ADD_FAILURE() << running_.finish().output;
         url_ = running_.output().substr(running_.output().find("http://") + 7);
         url_ = url_.substr(0, url_.find('\n'));
         const std::string place = url_.substr(0, url_.find('/'));
@@ -142,6 +143,16 @@ public:
         const std::string text = get("/metrics").body;
         const auto at = text.find("\n" + name + " ");
         return at == std::string::npos ? -1 : std::stod(text.substr(at + name.size() + 2));
+    }
+
+    // The numbers are renewed a few times a second.
+    bool waitMetric(const std::string& name, double value) const {
+        for (int i = 0; i < 500; ++i) {
+            if (metric(name) == value)
+                return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        return false;
     }
 
 private:
