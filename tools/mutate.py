@@ -49,8 +49,7 @@ class Tree:
                 target.parent.mkdir(parents=True, exist_ok=True)
                 shutil.copy(source, target)
         if not (self.build / "build.ninja").exists():
-            # Without a package index nothing can be installed for the page, which no fault concerns.
-            self.run(["cmake", "--preset", "release", "-DFERROW_BENCH=OFF", "-DFERROW_WERROR=OFF"], 600)
+            self.run(["cmake", "--preset", "release", "-DFERROW_BENCH=OFF"], 600)
 
     def run(self, command, limit):
         """True, False, or None when the time is up; with all that it started."""
@@ -64,11 +63,13 @@ class Tree:
             except subprocess.TimeoutExpired:
                 return None
             finally:
-                try:
-                    os.killpg(child.pid, signal.SIGKILL)
-                except ProcessLookupError:
-                    pass
-                child.wait()
+                # In order first: ninja and ctest then end what they have started.
+                for number in (signal.SIGTERM, signal.SIGKILL):
+                    try:
+                        os.killpg(child.pid, number)
+                        child.wait(10)
+                    except (ProcessLookupError, subprocess.TimeoutExpired):
+                        pass
 
     def make(self, targets, limit=3600):
         return self.run(["ninja", "-C", str(self.build), f"-j{self.jobs}", *targets], limit)
@@ -207,6 +208,7 @@ def main():
     parser.add_argument("--timeout", type=int, default=1800, help="seconds for the tests of a stage")
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1)
     options = parser.parse_args()
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # so that what runs is ended too
 
     tracked = subprocess.run(["git", "ls-files"], cwd=ROOT, capture_output=True, check=True, text=True).stdout.split()
     sources = {name: (ROOT / name).read_text() for name in tracked

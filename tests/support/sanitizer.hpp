@@ -13,6 +13,13 @@ inline constexpr bool kAddressSanitizer = true;
 inline constexpr bool kAddressSanitizer = false;
 #endif
 
+inline constexpr bool kSanitized =
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    true;
+#else
+    false;
+#endif
+
 // What this thread allocates from here on may still be held when the process leaves: for hosts that leave
 // without releasing their handles.
 inline void leaveHandlesBehind() {
