@@ -15,6 +15,7 @@ option(FERROW_TESTS "Build the tests" ON)
 option(FERROW_BENCH "Build the benches" ON)
 option(FERROW_FUZZ "Build the fuzz targets for libFuzzer; needs clang" OFF)
 option(FERROW_WERROR "Treat warnings as errors" ON)
+option(FERROW_COVERAGE "Count the lines and branches that run, for gcov" OFF)
 set(FERROW_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
 
 # Everything is built for AVX2 machines; the library says so at load on an older one.
@@ -30,6 +31,12 @@ set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 -g1 -fno-math-errno -fno-trapping-math")
 if(FERROW_SANITIZE)
   add_compile_options(-fsanitize=${FERROW_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${FERROW_SANITIZE})
+endif()
+
+if(FERROW_COVERAGE)
+  # Counts of all threads, and paths that gcov finds from anywhere.
+  add_compile_options(--coverage -fprofile-update=atomic -fprofile-abs-path)
+  add_link_options(--coverage)
 endif()
 
 find_program(FERROW_CCACHE ccache)

@@ -6,70 +6,72 @@
 namespace ferrow::soak {
 namespace {
 
-constexpr double kCycle = 600;  // seconds of a full turn of all phases
-constexpr double kShortest = 3; // of a phase
+constexpr double kPackets = 10105; // a second, of four receivers at 384 kHz
 
-// `seconds` of a turn of ten minutes. Bounds of gaps: what the fault takes away, the ring's filling after it,
-// and twice that where the reader has lost its place.
-std::vector<Phase> fullTurn() {
+// A stall about four times in a phase of so many seconds, and not more than every second.
+std::string stall(double seconds, int ms, bool drop) {
+    const double every = std::clamp(seconds * kPackets / 4, 12000.0, 60000.0);
+    return "stall:every=" + std::to_string(static_cast<long long>(every)) + ",ms=" + std::to_string(ms) +
+           (drop ? ",drop=1" : "");
+}
+
+// A turn of all phases; `length`: 1 for one of ten minutes. Bounds of gaps: what the fault takes away, and
+// the ring's filling after it, twice over where the reader has lost its place.
+std::vector<Phase> turn(double length) {
+    const bool brief = length < 0.5;
     std::vector<Phase> all;
-    const auto add = [&](Phase phase) { all.push_back(std::move(phase)); };
-    add({.name = "steady", .seconds = 90});
+    const auto add = [&](double seconds, double least, Phase phase) {
+        phase.seconds = std::max(seconds * length, least);
+        all.push_back(std::move(phase));
+    };
+    const int stallMs = brief ? 400 : 1000;
+    add(90, 4, {.name = "steady"});
     // A packet of every seven is a seventh of the sound.
-    add({.name = "loss",
-         .seconds = 45,
+    add(45, 2,
+        {.name = "loss",
          .faults = {"loss:every=7"},
          .errorsPerFault = 1,
          .longestGapMs = 400,
          .quietShare = 0.5});
-    add({.name = "duplicates",
-         .seconds = 30,
+    add(30, 2,
+        {.name = "duplicates",
          .faults = {"duplicate:every=11"},
          .errorsPerFault = 1,
          .longestGapMs = 400,
          .quietShare = 0.3});
     // One that comes late is a gap before the one that overtook it, one at its own place, and one behind.
-    add({.name = "reorder", .seconds = 30, .faults = {"reorder:every=13"}, .errorsPerFault = 3});
-    add({.name = "stalls",
-         .seconds = 45,
-         .faults = {"stall:every=60000,ms=1000"},
+    add(30, 2, {.name = "reorder", .faults = {"reorder:every=13"}, .errorsPerFault = 3});
+    add(45, 3,
+        {.name = "stalls",
+         .faults = {stall(45 * length, stallMs, false)},
          .mayDrop = true,
-         .longestGapMs = 2500,
-         .quietShare = 0.6});
-    add({.name = "dropouts",
-         .seconds = 45,
-         .faults = {"stall:every=60000,ms=1000,drop=1"},
+         .longestGapMs = 2.5 * stallMs,
+         .quietShare = 0.8});
+    add(45, 3,
+        {.name = "dropouts",
+         .faults = {stall(45 * length, stallMs, true)},
          .errorsPerFault = 1,
-         .longestGapMs = 2500,
-         .quietShare = 0.6});
-    add({.name = "restarts", .seconds = 30, .faults = {"restart:every=20000"}, .errorsPerFault = 1});
-    add({.name = "garbage",
-         .seconds = 30,
+         .longestGapMs = 2.5 * stallMs,
+         .quietShare = 0.8});
+    add(30, 2,
+        {.name = "restarts",
+         .faults = {brief ? "restart:every=9000" : "restart:every=20000"},
+         .errorsPerFault = 1});
+    add(30, 2,
+        {.name = "garbage",
          .faults = {"garbage:p=0.01", "wrong-endpoint:p=0.01", "jitter:p=0.001,ms=15"},
          .longestGapMs = 100,
          .quietShare = 0.1});
-    add({.name = "fast clock", .seconds = 30, .clockPpm = 100});
-    add({.name = "slow clock", .seconds = 30, .clockPpm = -100});
-    add({.name = "transmit", .seconds = 45, .transmit = true});
-    add({.name = "visitors", .seconds = 30, .visitors = true});
-    add({.name = "vanish", .seconds = 60, .transmit = true, .vanish = true});
-    add({.name = "sound server", .seconds = 30, .soundLoss = true});
-    add({.name = "disk full", .seconds = 20, .diskFull = true});
-    add({.name = "contention",
-         .seconds = 30,
-         .transmit = true,
-         .contention = true,
-         .longestGapMs = 500,
-         .quietShare = 0.1});
-    add({.name = "hang", .seconds = 20, .hang = true});
+    add(30, 2, {.name = "fast clock", .clockPpm = 100});
+    add(30, 2, {.name = "slow clock", .clockPpm = -100});
+    add(45, 4, {.name = "transmit", .transmit = true});
+    add(30, 2, {.name = "visitors", .visitors = true});
+    add(60, 5, {.name = "vanish", .transmit = true, .vanish = true});
+    add(30, 4, {.name = "sound server", .soundLoss = true});
+    add(20, 2, {.name = "disk full", .diskFull = true});
+    add(30, 2, {.name = "contention", .contention = true, .longestGapMs = 500, .quietShare = 0.1});
+    add(20, 1, {.name = "hang", .hang = true});
     return all;
-}
-
-double lengthOf(const std::vector<Phase>& phases) {
-    double sum = 0;
-    for (const Phase& phase : phases)
-        sum += phase.seconds;
-    return sum;
 }
 
 } // namespace
@@ -77,10 +79,9 @@ double lengthOf(const std::vector<Phase>& phases) {
 Plan planNamed(const std::string& name, double seconds) {
     Plan plan{.name = name};
     if (name == "full") {
-        plan.phases = fullTurn();
-        const double factor = std::min(seconds, kCycle) / lengthOf(plan.phases);
-        for (Phase& phase : plan.phases)
-            phase.seconds = std::max(phase.seconds * factor, kShortest);
+        // With what each phase takes beside its own time a full turn is of eleven minutes.
+        plan.phases = turn(std::clamp(seconds / 700, 0.001, 1.0));
+        plan.settling = seconds < 120 ? 1.2 : 3;
     } else if (name == "drift") {
         plan.drift = true;
         plan.phases = {{.name = "fast clock", .seconds = seconds / 2, .clockPpm = 100, .storm = false},

@@ -8,7 +8,7 @@ namespace ferrow::soak {
 
 struct Phase {
     std::string name = {};
-    double seconds = 30;
+    double seconds = 30;                  // of the radio's stream, behind the settling
     std::vector<std::string> faults = {}; // of the simulated radio, as its --fault takes them
     double clockPpm = 0;
     bool storm = true;       // retunes, other modes, property sets, objects made and released
@@ -28,7 +28,8 @@ struct Phase {
 struct Plan {
     std::string name = {};
     std::vector<Phase> phases = {}; // in turn, again and again, until the time is over
-    bool drift = false;             // the sound's place in time is followed, with nothing else going on
+    double settling = 3; // seconds of each stream, in which nothing strikes and silence does not count
+    bool drift = false;  // the sound's place in time is followed, with nothing else going on
 };
 
 // Throws std::invalid_argument for a name that is none. `seconds`: of the whole run; what phases there are

@@ -22,12 +22,14 @@ namespace fs = std::filesystem;
 constexpr int kSlower = test::kSanitized ? 5 : 1;
 constexpr auto kGuardLimit = 3s * kSlower;
 constexpr auto kProgressLimit = 30s * kSlower;
-constexpr double kBehind = 0.7; // seconds of the stream behind the last fault, so that all have been noticed
-constexpr double kSettling = 2; // seconds of sound before silence counts
+constexpr double kBehind = 0.5; // seconds of the stream behind the last fault, so that all have been noticed
 constexpr double kReturn = 10 * kSlower;
 constexpr auto kPause = 2ms;
 constexpr auto kActEvery = 50ms;
 constexpr int kBusy = 3; // processes
+// Ends with the process that started it.
+constexpr const char* kBusyLoop =
+    "while kill -0 $PPID; do i=0; while [ $i -lt 500000 ]; do i=$((i + 1)); done; done";
 
 // The tone, and neighbours for the others to hear. Without noise: what is not the tone is a fault.
 constexpr const char* kScene = R"({"name": "soak", "noise_floor": null, "stations": [
@@ -36,6 +38,10 @@ constexpr const char* kScene = R"({"name": "soak", "noise_floor": null, "station
  {"kind": "am", "frequency": 3650000, "level": -40, "source": "speech"},
  {"kind": "psk", "frequency": 21200000, "level": -50, "text": "soak soak soak "},
  {"kind": "cw", "frequency": 21190000, "level": -50, "text": "SOAK"}]})";
+
+Phase calm(const Phase& phase) {
+    return {.name = phase.name, .seconds = phase.seconds, .storm = false};
+}
 
 double secondsSince(std::chrono::steady_clock::time_point time) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - time).count();
@@ -123,7 +129,9 @@ void Soak::startRadio(const Phase& phase) {
         "--clock-ppm", fmt::format("{:g}", phase.clockPpm), "--fault-seed", std::to_string(options_.seed)};
     for (const std::string& fault : phase.faults) {
         arguments.push_back("--fault");
-        arguments.push_back(fmt::format("{},end={:.1f}", fault, phase.seconds));
+        arguments.push_back(fmt::format("{}{}start={:.1f},end={:.1f}", fault,
+                                        fault.find(':') < fault.size() ? "," : ":", plan_.settling,
+                                        plan_.settling + phase.seconds));
     }
     radio_.emplace(address_, folder_ / "radio", arguments);
 }
@@ -174,32 +182,10 @@ void Soak::runPhase(const Phase& phase, const std::function<void()>& round) {
     streamBegan_ = Clock::now();
     station_->start();
     waitForSamples(counted);
-    library_->pumpThrough([this] { return monitor_->hears(); }, 5s);
-    const auto settled = Clock::now();
-    loop({.name = phase.name, .seconds = std::min(secondsIn() + kSettling, phase.seconds), .storm = false},
-         counted, round);
-    monitor_->take();
-    const bool listens = !phase.transmit && !phase.vanish && !phase.soundLoss;
-    monitor_->count(listens && secondsSince(settled) > 0.9 * kSettling);
-    std::list<ChildProcess> busy;
-    if (phase.contention)
-        for (int i = 0; i < kBusy; ++i)
-            busy.emplace_back("/usr/bin/timeout",
-                              std::vector<std::string>{"600", "sh", "-c", "while :; do :; done"});
-    if (phase.diskFull)
-        fillDisk(counted);
-    loop(phase, counted, round);
-    if (phase.diskFull)
-        freeDisk(counted);
-    busy.clear();
-    monitor_->count(false);
-    const Sound sound = monitor_->take();
-    counted.sound.seconds += sound.seconds;
-    counted.sound.quiet += sound.quiet;
-    counted.sound.gaps += sound.gaps;
-    counted.sound.longestGapMs = std::max(counted.sound.longestGapMs, sound.longestGapMs);
-    counted.sound.amplitude = sound.amplitude;
-    pumpFor(std::max(phase.seconds + kBehind - secondsIn(), 0.0));
+    loop(calm(phase), plan_.settling, counted, round);
+    listen(phase, counted, [&] { loop(phase, plan_.settling + phase.seconds, counted, round); });
+    if (!interrupted())
+        pumpFor(std::max(plan_.settling + phase.seconds + kBehind - secondsIn(), 0.0));
     counted.seconds += secondsIn();
     endRadio(counted);
     counted.sequenceErrors += station_->sequenceErrors() - errorsBefore;
@@ -210,9 +196,31 @@ void Soak::runPhase(const Phase& phase, const std::function<void()>& round) {
     }
 }
 
-void Soak::loop(const Phase& phase, Counted& counted, const std::function<void()>& round) {
+// Counts the silence of what `during` does, unless that takes the sound away by intention.
+void Soak::listen(const Phase& phase, Counted& counted, const std::function<void()>& during) {
+    std::list<ChildProcess> busy;
+    for (int i = 0; phase.contention && i < kBusy; ++i)
+        busy.emplace_back("/bin/sh", std::vector<std::string>{"-c", kBusyLoop});
+    if (phase.diskFull)
+        fillDisk(counted);
+    monitor_->take();
+    monitor_->count(!phase.transmit && !phase.vanish && !phase.soundLoss);
+    during();
+    monitor_->count(false);
+    const Sound sound = monitor_->take();
+    counted.sound.seconds += sound.seconds;
+    counted.sound.quiet += sound.quiet;
+    counted.sound.gaps += sound.gaps;
+    counted.sound.longestGapMs = std::max(counted.sound.longestGapMs, sound.longestGapMs);
+    counted.sound.amplitude = sound.amplitude;
+    if (phase.diskFull)
+        freeDisk(counted);
+}
+
+void Soak::loop(const Phase& phase, double until, Counted& counted, const std::function<void()>& round) {
     auto last = Clock::now();
-    while (secondsIn() < phase.seconds && !interrupted()) {
+    bool hung = false;
+    while (secondsIn() < until && !interrupted()) {
         library_->pump();
         if (round)
             round();
@@ -225,12 +233,13 @@ void Soak::loop(const Phase& phase, Counted& counted, const std::function<void()
             pullPlug(phase, counted);
             last = Clock::now();
         }
-        if (phase.soundLoss && secondsSince(last) > 3) {
+        if (phase.soundLoss && secondsSince(last) > 2) {
             loseSound(counted);
             last = Clock::now();
         }
-        if (phase.hang && secondsSince(last) > 1) {
+        if (phase.hang && (!hung || secondsSince(last) > 5)) {
             hang(counted);
+            hung = true;
             last = Clock::now();
         }
         std::this_thread::sleep_for(kPause);
@@ -315,9 +324,6 @@ void Soak::run(double seconds) {
         if (turn == 0)
             warm_ = elapsed();
     }
-    // A run of one turn has nothing but its beginning to warm up in.
-    if (elapsed() - warm_ < 0.3 * elapsed())
-        warm_ = 0.3 * elapsed();
 }
 
 } // namespace ferrow::soak

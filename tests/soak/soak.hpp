@@ -62,7 +62,8 @@ private:
     void startRadio(const Phase& phase);
     void waitForSamples(Counted& counted);
     void endRadio(Counted& counted);
-    void loop(const Phase& phase, Counted& counted, const std::function<void()>& round);
+    void loop(const Phase& phase, double until, Counted& counted, const std::function<void()>& round);
+    void listen(const Phase& phase, Counted& counted, const std::function<void()>& during);
     void pumpFor(double seconds);
     void round();
     void pullPlug(const Phase& phase, Counted& counted);

@@ -138,7 +138,7 @@ void Station::add(std::size_t place) {
                           ? kCarrier - kTone
                           : kBands[static_cast<std::size_t>(slot->band)] + between(-kReach, kReach);
     arrived_ = nullptr;
-    Radio_addVtrx(radio_.get(), slot->frequency, slot->band, 0);
+    Radio_addVtrx(radio_.get(), slot->frequency, 0, 0);
     if (!library_.pumpThrough([this] { return arrived_ != nullptr; }, kPatience))
         throw Failure("the library makes no transceiver");
     slot->vtrx = Object(std::exchange(arrived_, nullptr));
@@ -295,7 +295,7 @@ void Station::setSomething(Slot& slot) {
     case 1:
         return vtrx_setspecOffset(vtrx, between(-100000, 100000));
     case 2:
-        return vtrx_setwaterfallSpeed(vtrx, between(0, 5));
+        return vtrx_setwaterfallSpeed(vtrx, between(0, 3));
     case 3:
         return vtrx_setforegroundDisplay(vtrx, chance(0.3));
     case 4:
