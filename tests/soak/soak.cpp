@@ -68,7 +68,7 @@ Soak::Soak(const Plan& plan, const Options& options, const fs::path& folder)
 Soak::~Soak() {
     static_cast<void>(close());
     if (mounted_)
-        umount(disk_.c_str());
+        umount2(disk_.c_str(), MNT_DETACH);
 }
 
 int Soak::close() {
@@ -291,7 +291,7 @@ void Soak::freeDisk(Counted& counted) {
         ++counted.failures["no whole recording after the disk had room again"];
     station_->recordTo(folder_ / "recordings", false);
     if (mounted_)
-        umount(disk_.c_str());
+        umount2(disk_.c_str(), MNT_DETACH);
     mounted_ = false;
 }
 

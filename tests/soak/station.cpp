@@ -4,7 +4,9 @@
 #include "host/radio_kinds.hpp"
 #include "host/sim_process.hpp"
 
+#include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <ferrowcore/agc.h>
 #include <ferrowcore/arrays.h>
 #include <ferrowcore/hpsdr.h>
