@@ -118,7 +118,7 @@ void Soak::judge(Verdict& verdict, nlohmann::json& report) {
                         {"scatter_mb", memory.scatter},
                         {"bound_mb_per_hour", memory.bound}};
     // A sanitizer keeps what was released; and before everything has been done once, memory may grow.
-    if (!test::kSanitized && memory.hours > 0.5 * warm_ / 3600)
+    if (!test::kSanitized && warm_ > 0 && memory.hours > 0.5 * warm_ / 3600)
         verdict.add("memory, MB an hour", memory.slope < memory.bound,
                     fmt::format("{:.1f} over {:.2f} h, {:.1f} to {:.1f} MB", memory.slope, memory.hours,
                                 memory.first, memory.last),

@@ -10,7 +10,7 @@
 namespace ferrow::soak {
 namespace {
 
-constexpr int kReadyMs = 20000;
+constexpr int kReadyMs = 60000; // on a machine that has much else to do
 constexpr long long kPauseNs = 100'000'000;
 
 } // namespace

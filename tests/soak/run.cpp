@@ -70,10 +70,15 @@ bool run(const Options& options) {
     int left = 0;
     {
         Soak soak(plan, options, folder);
-        if (plan.drift)
-            runDrift(soak, plan, verdict, report);
-        else
-            soak.run(options.minutes * 60);
+        // What has been counted until a failure is judged as well.
+        try {
+            if (plan.drift)
+                runDrift(soak, plan, verdict, report);
+            else
+                soak.run(options.minutes * 60);
+        } catch (const Failure& failure) {
+            verdict.add("the run itself", false, failure.what(), "to its end");
+        }
         soak.judge(verdict, report);
         left = soak.close();
     }
