@@ -15,7 +15,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     // In two pieces, as a connection may bring it.
     const std::size_t first = size / 2;
     std::size_t used = parser.put(boost::asio::buffer(data, first), error);
-    if (!error || error == boost::beast::http::error::need_more) {
+    if (!parser.is_done() && (!error || error == boost::beast::http::error::need_more)) {
         error = {};
         parser.put(boost::asio::buffer(data + used, size - used), error);
     }

@@ -70,6 +70,7 @@ export type ServerMessage =
   | { is: "labels"; id: number; labels: Label[] }
   | ({ is: "transmit" } & Transmit)
   | { is: "sent"; id: number; text: string }
+  | { is: "logged"; call: string }
   | { is: "gap"; count: number }
   | { is: "pong"; t: number; server: number }
   | { is: "radio"; ok: boolean; text: string }

@@ -305,6 +305,9 @@ export class Rig extends Emitter<RigEvents> {
       case "gap":
         this.gaps = message.count;
         break;
+      case "logged":
+        this.emit("notice", { kind: "info", text: `Logged ${message.call}.` });
+        break;
       case "radio":
         this.emit("notice", { kind: message.ok ? "info" : "error", text: message.text });
         break;

@@ -157,10 +157,9 @@ export class SlotsForm {
     const one = this.rig.active;
     const call = this.dxCall.value.trim().toUpperCase();
     if (!one || !call) return;
-    const said = this.rig.send({
+    this.rig.send({
       do: "log", call, grid: this.dxGrid.value.trim().toUpperCase(), sent: this.report.value.trim(), received: this.received,
       mode: one.state.mode.toUpperCase(), frequency: one.state.frequency + Number(this.frequency.value),
     });
-    if (said) this.rig.emit("notice", { kind: "info", text: `Logged ${call}.` });
   }
 }

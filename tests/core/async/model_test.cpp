@@ -92,7 +92,7 @@ public:
         const int length = crowded ? 4000 : 50 + static_cast<int>(random_() % 400);
         std::vector<std::thread> posters;
         for (std::size_t p = 0; p < kPosters; ++p)
-            posters.emplace_back([this, p, length, own = random_()] { post(p, length, own); });
+            posters.emplace_back([this, p, length, own = static_cast<unsigned>(random_())] { post(p, length, own); });
         host(length);
         for (auto& one : posters)
             one.join();

@@ -175,14 +175,14 @@ TEST(ServeHttp, TooManyMessagesEndTheirConnection) {
     ServedRadio radio("127.63.1.8", kEmptyScene);
     Serving serving(radio.address());
     ServeListener listener(serving), other(serving);
+    for (int i = 0; i < 300; ++i)
+        listener.send({{"do", "ping"}, {"t", i}});
+    EXPECT_TRUE(listener.next("pong", [](const json& pong) { return pong.at("t") == 299; }).is_object())
+        << "a burst is taken";
     for (int i = 0; i < 3000 && listener.send({{"do", "ping"}, {"t", i}}); ++i) {
     }
     EXPECT_TRUE(within(10s, [&] { return listener.closed(); }));
     EXPECT_EQ(listener.closeCode(), 1008);
-    std::size_t pongs = 0;
-    for (const json& text : listener.texts())
-        pongs += text.at("is") == "pong";
-    EXPECT_GE(pongs, 300U) << "a burst is taken";
     EXPECT_TRUE(serving.waitMetric("ferrow_listeners_closed_total{reason=\"flood\"}", 1));
     EXPECT_TRUE(other.ask({{"do", "ping"}, {"t", 1}}, "pong").is_object());
 }

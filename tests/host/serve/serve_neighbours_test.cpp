@@ -125,7 +125,8 @@ TEST(ServeNeighbours, RigctlHasTheTransceiverThatWasSetLast) {
     // Nobody listens: the station has a transceiver of its own for it.
     EXPECT_EQ(rigctl(rig, "F 14200000 f").output, "14200000\n");
     EXPECT_EQ(rigctl(rig, "M LSB 1800 m").output, "LSB\n1800\n");
-    EXPECT_EQ(rigctl(rig, "M USB 0 m").output, "USB\n2600\n");
+    EXPECT_EQ(rigctl(rig, "M USB 0").code, 0); // for one that asks at once Hamlib makes the answer up
+    EXPECT_EQ(rigctl(rig, "m").output, "USB\n2600\n");
     const auto strength = [&] { return std::atoi(rigctl(rig, "l STRENGTH").output.c_str()); };
     int level = -999;
     for (int i = 0; i < 50 && (level < 8 || level > 12); ++i)

@@ -10,6 +10,16 @@ using namespace std::chrono_literals;
 
 namespace {
 
+bool onAirAt(RecordingRadio& radio, std::uint32_t frequency) {
+    for (int i = 0; i < 500; ++i) {
+        for (const TxRow& row : radio.rows())
+            if (row.event == "data" && row.ptt && row.txFrequency == frequency)
+                return true;
+        std::this_thread::sleep_for(20ms);
+    }
+    return false;
+}
+
 const std::vector<std::string> kTransmit = {"--transmit", "--rate", "48"};
 
 double utcSeconds() {
@@ -88,6 +98,7 @@ TEST(ServeTransmit, ACarrierComesAndGoes) {
     // Now the other may.
     other.send({{"do", "tune"}, {"id", foreign}, {"on", true}});
     ASSERT_TRUE(keyed(other, true));
+    EXPECT_TRUE(onAirAt(radio, 14100000));
     other.send({{"do", "stop"}});
     ASSERT_TRUE(keyed(other, false));
     EXPECT_EQ(serving.end().code, 0);

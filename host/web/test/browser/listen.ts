@@ -135,7 +135,7 @@ for (const format of ["pcm", "opus"] as const)
     const tone = await until(() => loudestTone(page), (one) => Math.abs(one.hz - 1000) < 15 && one.above > 20, 60, "a tone of 1 kHz");
     await page.waitForTimeout(4000);
     const good = (one: Figures): boolean => one.latency !== null && one.latency <= 150;
-    const last = await until(() => figures(page), good, 60, "150 ms of latency at most").catch(async (error: unknown) => {
+    const last = await until(() => figures(page), good, 60, "150 ms of latency at most").catch((error: unknown) => {
       // Where other programs take the processors, the browser does not get one often enough for sound.
       const load = (loadavg()[0] as number) / cpus().length;
       if (load < 2) throw error;
