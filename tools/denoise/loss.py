@@ -32,6 +32,14 @@ def envelopes(wanted, got, speech):
     return (both * spoken).sum() / (spoken.sum() * both.shape[2] + 1)
 
 
+def segmental(energy, error, speech):
+    """The mean logarithm of the error over the energy, of pieces of two frames, about 20 ms; beyond 1 it counts less."""
+    energy, error = (x[:, 1:] + x[:, :-1] for x in (energy, error))
+    fault = torch.log10(error / (energy + 1e-3) + 3e-4)
+    fault = torch.where(fault > 1, 1 + 0.1 * (fault - 1), fault)
+    return (fault * speech[:, 1:]).sum() / (speech[:, 1:].sum() + 1)
+
+
 def loss(gain_logits, voice_logits, batch):
     """Five parts, NAMES:
 
@@ -52,15 +60,9 @@ def loss(gain_logits, voice_logits, batch):
     frames = synthesis.Frames(batch["spectra"])
     real, imaginary = frames.out(gain[..., :synthesis.BANDS])
     s, g = frames.power(frames.wanted), real ** 2 + imaginary ** 2
-    e = (real - frames.wanted[0]) ** 2 + (imaginary - frames.wanted[1]) ** 2
-    energy, error = s[..., LOW:HIGH].sum(2), e[..., LOW:HIGH].sum(2)
+    energy, error = (x[..., LOW:HIGH].sum(2) for x in (s, frames.error((real, imaginary))))
     peak = torch.quantile(energy, 0.98, dim=1, keepdim=True)  # no short overload
     speech = ((energy > SPOKEN * peak) & (peak > 1)).float()
-
-    of_two = [x[:, 1:] + x[:, :-1] for x in (energy, error)]  # about a piece of 20 ms
-    fault = torch.log10(of_two[1] / (of_two[0] + 1e-3) + 3e-4)
-    fault = torch.where(fault > 1, 1 + 0.1 * (fault - 1), fault)
-    segmental = (fault * speech[:, 1:]).sum() / (speech[:, 1:].sum() + 1)
 
     least = 1e-5 * torch.quantile(s[..., LOW:HIGH].amax(2), 0.98, dim=1)[:, None, None] + 1e-6
     logs = [torch.log10(torch.maximum(x[..., LOW:HIGH], least)) for x in (s, g)]
@@ -70,4 +72,4 @@ def loss(gain_logits, voice_logits, batch):
     known = (1 - silent) * (1 - ((energy > 1e-5 * peak) & (energy <= 3e-3 * peak) & (peak > 1)).float())
     voice = nn.functional.binary_cross_entropy_with_logits(
         voice_logits, ((energy > 3e-3 * peak) & (peak > 1)).float(), reduction="none") * known
-    return (amplitude.mean(), 0.5 * segmental, 3 * (1 - envelopes(s, g, speech)), 0.3 * spectrum, 0.05 * voice.mean())
+    return (amplitude.mean(), 0.5 * segmental(energy, error, speech), 3 * (1 - envelopes(s, g, speech)), 0.3 * spectrum, 0.05 * voice.mean())

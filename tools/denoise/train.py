@@ -24,7 +24,7 @@ PART = 8  # sequences whose loss is computed at a time: what fits the processor'
 def load(path):
     with np.load(path) as file:
         out = {name: torch.from_numpy(file[name]) for name in file.files}
-    out["spectra"] = out["spectra"][:, :, :, :synthesis.BINS].clone()
+    out["spectra"] = out["spectra"][:, :, :, :synthesis.BINS].float()
     return out
 
 
@@ -138,7 +138,7 @@ def main():
         sums += found
         count += 1
         now = time.monotonic()
-        if now - told > 60:
+        if now - told > 180:
             checked = check(network, scenes)
             print(f"{steps} steps, {spent:.1f} min, {len(scenes)} scenes, loss "
                   f"{' '.join(f'{v:.4f}' for v in sums / count)} = {sums.sum() / count:.4f}, check "
