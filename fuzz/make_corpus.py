@@ -250,9 +250,131 @@ def scene():
         write(t, name, text.encode())
 
 
+# --- neighbours -----------------------------------------------------------------------------------------------
+def rigctl():
+    t = "rigctl"
+    gets = ["f", "m", "v", "t", "s", "i", "x", "l STRENGTH", "l ?", "_", "\\get_powerstat", "\\get_vfo_info VFOB", "\\dump_state",
+            "\\chk_vfo", "\\get_lock_mode"]
+    sets = ["F 14250000.000000", "M LSB 1800", "M ?", "V VFOB", "V ?", "T 1", "T 0", "S 1 VFOB", "I 14079000", "X PKTUSB 3000",
+            "L AF 0.5", "\\set_vfo_opt 1"]
+    lines = {"gets": gets, "sets": sets, "vfo": [f"{c} VFOB" for c in "fmtsix_"] + ["F VFOA 7000000", "M VFOB CW 0"],
+             "extended": ["+" + c for c in gets + sets], "separators": [s + c for s in ";|,!" for c in ("f", "m", "M USB 0")],
+             "wrong": ["F", "F abc", "F nan", "F 1e999", "M FOO 0", "T 9", "V X", "S 1", "l", "\\no_such", "zzz", "?", "+", "\\"],
+             "opening": ["\\chk_vfo", "\\dump_state", "v", "f", "f", "s", "m", "\\get_powerstat", "f", "q"],
+             "quiet": ["", "\r", "# comment", "f\r"]}
+    for name, some in lines.items():
+        write(t, name, "".join(line + "\n" for line in some).encode())
+    write(t, "bytes", b"\x88\n\xf3 VFOA\n\xff\xfb\x1f\n+\x1b[2J\n")
+    write(t, "longest", b"F " + b"0" * 1014 + b"14000000\n" + b"f" * 1025 + b"\nf\n")
+
+
+def wsjtx():
+    t = "wsjtx"
+
+    def text(value):
+        return struct.pack(">I", len(value)) + value
+
+    def message(kind, body=b"", schema=2, name=b"ferrow"):
+        return struct.pack(">III", 0xADBCCBDA, schema, kind) + text(name) + body
+
+    reply = struct.pack(">IidI", 73545000, -13, 0.25, 1497) + text(b"~") + text(b"CQ K1ABC FN42")
+    good = {"heartbeat": message(0, struct.pack(">I", 3) + text(b"1.0") + text(b"")), "heartbeat_bare": message(0),
+            "clear": message(3), "clear_window": message(3, b"\2"), "reply": message(4, reply + b"\0\2"),
+            "reply_older": message(4, reply), "close": message(6), "replay": message(7), "halt": message(8, b"\1"),
+            "free_text": message(9, text(b"TNX 73") + b"\1"), "null_text": message(9, b"\xff" * 4 + b"\0")}
+    for name, data in good.items():
+        write(t, name, data)
+    write(t, "schema3", message(8, b"\0", schema=3))
+    write(t, "schema4", message(8, b"\0", schema=4))
+    write(t, "other", message(8, b"\0", name=b"other"))
+    write(t, "long_text", message(9, struct.pack(">I", 0xFFFFFFFE) + b"\1"))
+    write(t, "late", message(4, struct.pack(">I", 86400000) + reply[4:]))
+    write(t, "cut", message(4, reply)[:-3])
+    write(t, "unknown", message(99, noise(9)))
+
+
+def adif():
+    t = "adif"
+    header = b"Contacts made with ferrow\n<ADIF_VER:5>3.1.4 <PROGRAMID:6>ferrow <EOH>\n"
+    record = b"<CALL:5>G4ABC <MODE:3>FT8 <COMMENT:7>a <EOR> <EOR>\n"
+    write(t, "log", header + 2 * record)
+    write(t, "header", header)
+    write(t, "half_header", header[:40])
+    for cut in (3, 20, 45, 52):
+        write(t, f"cut{cut}", header + record + record[:cut])
+    write(t, "headless", b"<call:5:s>K2DEF<eor>\r\n")
+    write(t, "faults", header + b"<CALL:x>y <EOR><CALL:99>z<EOR>\n" + record)
+    write(t, "letter", b"Dear <you>, 1 < 2 > 0")
+# --- the server of the web page -----------------------------------------------------------------------------------
+def http():
+    t = "http"
+    token = "0123456789abcdef"
+
+    def request(target="/", method="GET", host="127.0.0.1:8073", fields=()):
+        lines = [f"{method} {target} HTTP/1.1", f"Host: {host}", *fields]
+        return ("\r\n".join(lines) + "\r\n\r\n").encode()
+
+    upgrade = ("Connection: Upgrade", "Upgrade: websocket", "Sec-WebSocket-Version: 13",
+               "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==")
+    write(t, "empty", b"")
+    write(t, "page", request())
+    write(t, "file", request("/app.js?v=1"))
+    write(t, "status", request("/status.json"))
+    write(t, "token", request(f"/?x=1&token={token}", host="radio.example"))
+    write(t, "wrong_token", request("/?token=0123456789abcde"))
+    write(t, "cookie", request("/app.css", fields=[f"Cookie: a=b; ferrow_8073={token}"]))
+    write(t, "socket", request("/ws", fields=upgrade))
+    write(t, "origin", request("/ws", fields=(*upgrade, "Origin: http://127.0.0.1:8073")))
+    write(t, "foreign", request("/ws", fields=(*upgrade, "Origin: http://evil.example")))
+    write(t, "null_origin", request(fields=["Origin: null"]))
+    write(t, "v6", request(host="[::1]:8073"))
+    write(t, "odd_host", request(host="[::1"))
+    write(t, "no_host", b"GET / HTTP/1.1\r\n\r\n")
+    write(t, "old", b"GET / HTTP/1.0\r\n\r\n")
+    write(t, "post", request(method="POST", fields=["Content-Length: 5"]) + b"hello")
+    write(t, "chunked", request(method="POST", fields=["Transfer-Encoding: chunked"]) + b"5\r\nhello\r\n0\r\n\r\n")
+    write(t, "both_lengths", request(fields=["Content-Length: 5", "Transfer-Encoding: chunked"]))
+    write(t, "huge_length", request(fields=["Content-Length: 99999999999999999999"]))
+    write(t, "paths", request("/../../etc/passwd"))
+    write(t, "escaped", request("/%2e%2e/%00"))
+    write(t, "folded", request(fields=["X: a", " b"]))
+    write(t, "bare_lines", b"GET / HTTP/1.1\nHost: 127.0.0.1\n\n")
+    write(t, "long", request(fields=["X: " + "x" * 8300]))
+    write(t, "many", request(fields=[f"X{i}: y" for i in range(600)]))
+    write(t, "nonsense", noise(200))
+
+
+def serve_text():
+    t = "serve_text"
+    orders = [
+        {"do": "add", "frequency": 14074000, "mode": "ft8"}, {"do": "remove", "id": 1},
+        {"do": "set", "id": 1, "frequency": 7100000, "mode": "lsb", "low": -2800, "high": -200, "agc": "off", "gain": 30,
+         "squelch": -90.5, "nr": 80, "volume": 0.25, "mute": True, "marker": 1200},
+        {"do": "set", "id": 1, "squelch": None, "nr": None}, {"do": "set", "id": 1, "low": 300, "high": 200},
+        {"do": "view", "id": 1, "zoom": 8, "offset": -1500.5, "bins": 512, "rate": 12.5},
+        {"do": "view", "id": 1, "zoom": 3}, {"do": "audio", "format": "opus"}, {"do": "audio", "format": "mp3"},
+        {"do": "ping", "t": 1790000000123}, {"do": "key", "id": 1, "on": True}, {"do": "tune", "id": 1, "on": False},
+        {"do": "send", "id": 1, "text": "CQ \u00e4"}, {"do": "stop"},
+        {"do": "ft8", "id": 1, "message": "CQ K1ABC FN42", "frequency": 1500, "parity": "even", "times": 3},
+        {"do": "ft8", "id": 1, "message": "CQ K1ABC FN42", "parity": "third"},
+        {"do": "log", "call": "K1ABC", "grid": "FN42", "sent": "-10", "received": "-05", "mode": "FT8", "frequency": 14074000},
+        {"do": "nothing"}, {"do": 1}, {},
+    ]
+    for i, order in enumerate(orders):
+        write(t, f"order{i:02}", json.dumps(order).encode())
+    for name, text in {"empty_text": " ", "list": "[]", "cut": '{"do":"sto', "huge": '{"do":"ping","t":1e999}',
+                       "big_id": '{"do":"remove","id":99999999999999999999}', "twice": '{"do":"stop","do":"ping"}',
+                       "deep": '{"do":' + "[" * 500 + "]" * 500 + "}"}.items():
+        write(t, name, text.encode())
+    write(t, "bytes", b'{"do":"stop","x":"\xff\xfe"}')
+    write(t, "sound", bytes([3, 1, 0, 0]) + struct.pack("<I", 7) + struct.pack("<4h", 0, 32767, -32768, 1))
+    write(t, "odd_sound", bytes([3, 1, 0, 0]) + struct.pack("<I", 7) + b"\x01")
+    write(t, "no_sound", bytes([3, 1]))
+
+
 if __name__ == "__main__":
     shutil.rmtree(CORPUS, ignore_errors=True)
-    for make in (protocol2, protocol1, discovery, wsproxy, multi_psk, wav, scene):
+    for make in (protocol2, protocol1, discovery, wsproxy, multi_psk, wav, scene, rigctl, wsjtx, adif, http, serve_text):
         rng = random.Random(20)
         make()
     files = [p for p in CORPUS.rglob("*") if p.is_file()]

@@ -20,8 +20,11 @@ void addTalkCommand(CLI::App& program, Action& chosen);
 void addTuneCommand(CLI::App& program, Action& chosen);
 void addTextCommand(CLI::App& program, Action& chosen);
 void addSendCommand(CLI::App& program, Action& chosen);
+void addServeCommand(CLI::App& program, Action& chosen);
 void addDenoiseCommand(CLI::App& program, Action& chosen);
 void addDemoCommand(CLI::App& program, Action& chosen);
+void addStressCommand(CLI::App& program, Action& chosen);
+void addLatencyCommand(CLI::App& program, Action& chosen);
 
 // The whole program: 0 done, 1 something failed, 2 the command line is wrong.
 int runFerrow(int argc, const char* const* argv);

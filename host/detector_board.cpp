@@ -26,11 +26,12 @@ std::string printable(std::string text) {
 } // namespace
 
 DetectorBoard::DetectorBoard(Object& psk, std::function<void(const Row&)> line) : line_(std::move(line)) {
-    psk.bind(PskModDemod_binddets, [this](unsigned long long operation, unsigned long long, void* handle) {
+    psk.bind(PskModDemod_binddets, [this, here = std::weak_ptr(here_)](
+                                       unsigned long long operation, unsigned long long, void* handle) {
         constexpr unsigned long long kWrite = 0, kAppend = 3;
         if (handle == nullptr)
             return;
-        if (operation == kWrite || operation == kAppend)
+        if (!here.expired() && (operation == kWrite || operation == kAppend))
             add(handle);
         else
             const Object unused(handle);
@@ -42,13 +43,19 @@ void DetectorBoard::add(void* handle) {
     Detector& it = *detector;
     it.object = Object(handle);
     it.row.place = static_cast<int>(detectors_.size());
-    it.object.bind(PskDetector_bindfreq, [&it](int hertz) { it.row.frequency = hertz; });
-    it.object.bind(PskDetector_bindMode, [&it](const char* mode) { it.row.mode = mode; });
-    it.object.bind(PskDetector_bindnewChars, [this, &it](const char* text) { take(it, text); });
-    it.object.bind(PskDetector_bindreset, [this, &it]() {
+    const auto whileHere = [here = std::weak_ptr(here_)](auto function) {
+        return [here, function](auto... values) {
+            if (!here.expired())
+                function(values...);
+        };
+    };
+    it.object.bind(PskDetector_bindfreq, whileHere([&it](int hertz) { it.row.frequency = hertz; }));
+    it.object.bind(PskDetector_bindMode, whileHere([&it](const char* mode) { it.row.mode = mode; }));
+    it.object.bind(PskDetector_bindnewChars, whileHere([this, &it](const char* text) { take(it, text); }));
+    it.object.bind(PskDetector_bindreset, whileHere([this, &it]() {
         hand(it);
         it.row.text.clear();
-    });
+    }));
     detectors_.push_back(std::move(detector));
 }
 

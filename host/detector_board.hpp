@@ -30,7 +30,7 @@ public:
     // Hands over what has paused. From the loop of a command, with true at its end.
     void poll(bool all = false);
 
-    // Gives the detectors' handles back; before the session's end. The board itself stays until that is over.
+    // Gives the detectors' handles back; before the session's end.
     void release();
 
     // Those that have read something in the last half minute, by frequency. Manual detectors that read what
@@ -50,6 +50,7 @@ private:
 
     std::function<void(const Row&)> line_;
     std::vector<std::unique_ptr<Detector>> detectors_;
+    std::shared_ptr<const char> here_ = std::make_shared<const char>('\0'); // for callbacks that come later
 };
 
 } // namespace ferrow

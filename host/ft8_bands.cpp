@@ -64,4 +64,14 @@ std::vector<std::string> bandsOf(SlotMode mode) {
     return names;
 }
 
+SlotParity parseSlotParity(const std::string& text) {
+    if (text == "next")
+        return SlotParity::Any;
+    if (text == "even")
+        return SlotParity::Even;
+    if (text == "odd")
+        return SlotParity::Odd;
+    throw UsageError(fmt::format("\"{}\" is no slot: even, odd or next", text));
+}
+
 } // namespace ferrow

@@ -27,6 +27,12 @@ const SlotFormat& formatOf(SlotMode mode);
 // The customary start of a frame in its period: DT counts from there.
 inline constexpr double kCustomaryStart = 0.5; // seconds
 
+// Which periods; they are counted from midnight UTC.
+enum class SlotParity { Any, Even, Odd };
+
+// "even", "odd" or "next". Throws UsageError.
+SlotParity parseSlotParity(const std::string& text);
+
 // Dial frequency in Hz of a band named "20m". Throws UsageError for a band where the mode has none.
 long long dialFrequency(std::string_view band, SlotMode mode);
 

@@ -15,8 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kFilterLow = 100, kFilterHigh = 3300; // Hz: the recording's 12000 a second alone are no limit
-
 constexpr int kReceivedMarker = 8; // of a period without a transmission
 
 constexpr int kStartWindowMs = 600; // of a period, a little more than that in which a recording may begin
@@ -112,15 +110,23 @@ DecodedSlot SlotDecoder::decode(const Job& job) {
     return slot;
 }
 
+bool slotHasBegun(SlotMode mode) {
+    return formatOf(mode).periodMs - millisecondsToNextSlot(mode) >= kStartWindowMs;
+}
+
 void SlotGate::poll(SlotMode mode) {
-    if (formatOf(mode).periodMs - millisecondsToNextSlot(mode) < kStartWindowMs)
+    if (!slotHasBegun(mode))
         return;
     for (const Transceiver* one : waiting_)
         JTModDemod_setEnabled(one->mode().get(), true);
     waiting_.clear();
 }
 
-void recordSlots(Transceiver& transceiver, SlotMode mode, const std::string& folder, SlotDecoder& decoder) {
+bool NewFile::sent() const {
+    return marker != kReceivedMarker;
+}
+
+Object makeSlotMode(SlotMode mode, const std::string& folder, std::function<void(const NewFile&)> take) {
     const SlotFormat& format = formatOf(mode);
     Object jt(JTModDemod_create());
     JTModDemod_setsaveDirectory(jt.get(), folder.c_str());
@@ -128,11 +134,16 @@ void recordSlots(Transceiver& transceiver, SlotMode mode, const std::string& fol
     JTModDemod_setsamplesPerBlock(jt.get(), format.samples);
     JTModDemod_setendPadding(jt.get(), format.padding);
     JTModDemod_setEnabled(jt.get(), false);
-    jt.bind(JTModDemod_bindnewFile, [&decoder, dial = transceiver.vfo()](const char* text) {
-        const NewFile file = splitNewFile(text);
-        decoder.add(file.path, dial, file.marker != kReceivedMarker);
-    });
-    transceiver.setMode(std::move(jt), kFilterLow, kFilterHigh);
+    jt.bind(JTModDemod_bindnewFile, [take = std::move(take)](const char* text) { take(splitNewFile(text)); });
+    return jt;
+}
+
+void recordSlots(Transceiver& transceiver, SlotMode mode, const std::string& folder, SlotDecoder& decoder) {
+    transceiver.setMode(makeSlotMode(mode, folder,
+                                     [&decoder, dial = transceiver.vfo()](const NewFile& file) {
+                                         decoder.add(file.path, dial, file.sent());
+                                     }),
+                        kSlotFilterLow, kSlotFilterHigh);
 }
 
 NewFile splitNewFile(const std::string& text) {

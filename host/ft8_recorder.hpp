@@ -7,6 +7,7 @@
 #include <condition_variable>
 #include <deque>
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <thread>
@@ -84,16 +85,26 @@ private:
     std::vector<const Transceiver*> waiting_;
 };
 
-// Lets the transceiver record the mode's periods into the folder once a SlotGate opens, and hands every one
-// to the decoder. `decoder` must outlive the transceiver's callbacks.
-void recordSlots(Transceiver& transceiver, SlotMode mode, const std::string& folder, SlotDecoder& decoder);
-
 // Splits what newFile tells: the path, and the digits behind it.
 struct NewFile {
     std::string path;
     int marker = 0;
+    bool sent() const; // the transceiver transmitted in this period
 };
 NewFile splitNewFile(const std::string& text);
+
+// The library's mode that records the periods into the folder and hands every one over. It does nothing until
+// a SlotGate opens.
+Object makeSlotMode(SlotMode mode, const std::string& folder, std::function<void(const NewFile&)> take);
+// Its usual filter, Hz: the recording's 12000 a second alone are no limit.
+inline constexpr int kSlotFilterLow = 100, kSlotFilterHigh = 3300;
+
+// Lets the transceiver record the mode's periods into the folder once a SlotGate opens, and hands every one
+// to the decoder. `decoder` must outlive the transceiver's callbacks.
+void recordSlots(Transceiver& transceiver, SlotMode mode, const std::string& folder, SlotDecoder& decoder);
+
+// Whether so much of the mode's period has gone by that no recording of it begins any more.
+bool slotHasBegun(SlotMode mode);
 
 // Milliseconds from now to the start of the mode's next period.
 int millisecondsToNextSlot(SlotMode mode);

@@ -46,16 +46,6 @@ milliseconds utcNow() {
 
 } // namespace
 
-SlotParity parseSlotParity(const std::string& text) {
-    if (text == "next")
-        return SlotParity::Any;
-    if (text == "even")
-        return SlotParity::Even;
-    if (text == "odd")
-        return SlotParity::Odd;
-    throw UsageError(fmt::format("\"{}\" is no slot: even, odd or next", text));
-}
-
 std::vector<float> smoothedToneTable(const std::vector<int>& tones, int txFrequency, double rest,
                                      SlotMode mode, bool plain) {
     const double spacing = formatOf(mode).toneSpacing;

@@ -11,11 +11,6 @@
 
 namespace ferrow {
 
-enum class SlotParity { Any, Even, Odd };
-
-// "even", "odd" or "next". Slots are counted from midnight UTC. Throws UsageError.
-SlotParity parseSlotParity(const std::string& text);
-
 struct SlotOrder {
     Ft8MessageBits message{};
     double frequency = 1500; // of the lowest tone, Hz above the dial

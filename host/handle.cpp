@@ -16,12 +16,18 @@ int liveObjects() {
 
 Object::Object(void* handle) : handle_(handle), claims_(std::make_shared<Claims>()) {
     live.fetch_add(1, std::memory_order_acq_rel);
-    bind(asyncObject_bindDeleted, [claims = claims_](int) {
-        for (const auto& giveBack : *claims)
-            giveBack();
-        claims->clear();
+    try {
+        bind(asyncObject_bindDeleted, [claims = claims_](int) {
+            for (const auto& giveBack : *claims)
+                giveBack();
+            claims->clear();
+            live.fetch_sub(1, std::memory_order_acq_rel);
+        });
+    } catch (...) {
         live.fetch_sub(1, std::memory_order_acq_rel);
-    });
+        asyncObject_release(handle_);
+        throw;
+    }
 }
 
 void Object::reset() {

@@ -20,7 +20,8 @@ int liveObjects();
 class Object {
 public:
     Object() = default;
-    // Takes over a handle that the host owns: from a _create, or from a callback.
+    // Takes over a handle that the host owns: from a _create, or from a callback. Where no callback is left
+    // for it, gives it back at once and throws Failure.
     explicit Object(void* handle);
     ~Object() { reset(); }
     Object(Object&& other) noexcept
@@ -39,6 +40,9 @@ public:
 
     // Gives the handle back to the library.
     void reset();
+
+    // Expires when the library has deleted the object: from then on none of its callbacks runs any more.
+    std::weak_ptr<const void> life() const { return claims_; }
 
     // Binds a function to one of the object's slots: object.bind(vtrx_bindvfo, [](long long hertz) { ... }).
     template <typename... Args, typename Function>

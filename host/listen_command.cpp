@@ -3,6 +3,8 @@
 #include "host/failure.hpp"
 #include "host/frequency.hpp"
 #include "host/interrupt.hpp"
+#include "host/neighbours/listen_rig.hpp"
+#include "host/neighbours/neighbours.hpp"
 #include "host/radio_options.hpp"
 #include "host/s_meter.hpp"
 #include "host/sound_file.hpp"
@@ -31,6 +33,7 @@ constexpr int kBarWidth = 16;
 struct Options {
     RadioArguments radio;
     VoiceOptions voice;
+    NeighbourOptions neighbours;
     std::vector<std::string> tunes;
     std::string device;
     std::string wavFolder;
@@ -67,6 +70,20 @@ private:
     std::vector<std::string> lines_;
 };
 
+// Has the library's pump run an io_context too, for as long as this lives.
+class PumpedBy {
+public:
+    PumpedBy(Library& library, boost::asio::io_context& io) : library_(library) {
+        library_.onPump = [&io] { io.poll(); };
+    }
+    ~PumpedBy() { library_.onPump = nullptr; }
+    PumpedBy(const PumpedBy&) = delete;
+    PumpedBy& operator=(const PumpedBy&) = delete;
+
+private:
+    Library& library_;
+};
+
 class Listener {
 public:
     Listener(const Options& options, std::vector<Tuning> tunings)
@@ -88,6 +105,10 @@ public:
             addTransceiver(library, session, i, audio);
         session.start();
         warnOfTuning(library, session);
+        boost::asio::io_context io;
+        ListenRig rig = rigOf(library, session, found);
+        const Neighbours neighbours(io, rig, options_.neighbours);
+        const PumpedBy pumped(library, io);
         loop(library, session);
         session.stop();
         finish(session);
@@ -114,20 +135,38 @@ private:
 
     void addTransceiver(Library& library, RadioSession& session, std::size_t index,
                         const AudioChoice& audio) {
-        const Tuning& tuning = tunings_[index];
-        Transceiver& one = session.add(tuning.vfo());
-        setVoiceMode(library, one, tuning, options_.voice);
+        Transceiver& one = session.add(tunings_[index].vfo());
+        setMode(library, one, tunings_[index]);
         one.setAudio(audio);
         if (options_.audioGain)
             one.setManualGain(*options_.audioGain);
-        if (options_.noiseReduction)
-            one.setNoiseReduction(*options_.noiseReduction);
         if (!files_.empty())
             one.onAudio = [this, index](std::span<const float> samples) { record(index, samples); };
         if (index == 0 && waterfallOn_) {
             one.setSpectrum(false, options_.zoom, 0);
             one.onSpectrum = [this](const Spectrum& spectrum) { draw(spectrum); };
         }
+    }
+
+    void setMode(Library& library, Transceiver& one, const Tuning& tuning) const {
+        setVoiceMode(library, one, tuning, options_.voice);
+        if (options_.noiseReduction)
+            one.setNoiseReduction(*options_.noiseReduction);
+    }
+
+    // The first transceiver, for rig control.
+    ListenRig rigOf(Library& library, const RadioSession& session, const FoundRadio& found) {
+        Transceiver& one = *session.transceivers().front();
+        Tuning& tuning = tunings_.front();
+        return ListenRig(tuning, {.description = "ferrow listening with " + found.url(),
+                                  .tune =
+                                      [this, &library, &one, &tuning](bool newMode) {
+                                          one.setVfo(tuning.vfo());
+                                          if (newMode)
+                                              setMode(library, one, tuning);
+                                      },
+                                  .strength = [&one] { return one.signalStrength(); },
+                                  .s9 = options_.s9});
     }
 
     // Exceptions end in the library's pump, so the loop is told otherwise.
@@ -261,6 +300,7 @@ void addListenCommand(CLI::App& program, Action& chosen) {
             "pitch of 600 Hz")
         ->required();
     addDeviationOption(*command, options->voice);
+    addRigctlOptions(*command, options->neighbours);
     command->add_option(
         "--device", options->device,
         "sound: a number of `ferrow devices`, default, or none (with --wav: none, else: default)");

@@ -22,8 +22,11 @@ int runFerrow(int argc, const char* const* argv) {
     addTuneCommand(program, chosen);
     addTextCommand(program, chosen);
     addSendCommand(program, chosen);
+    addServeCommand(program, chosen);
     addDenoiseCommand(program, chosen);
     addDemoCommand(program, chosen);
+    addStressCommand(program, chosen);
+    addLatencyCommand(program, chosen);
     try {
         program.parse(argc, argv);
         return chosen ? chosen() : kExitUsage;

@@ -36,8 +36,10 @@ RadioSession::RadioSession(Library& library, const FoundRadio& radio, const Radi
         [this](bool value) { adcOverload_ = value; });
     radio_.bind(Radio_bindptt, [this](bool value) { keyed_ = value; });
     radio_.bind(Radio_bindreceivedPackets, [this](int value) {
-        if (value > 0)
+        if (value > 0) {
             lastPackets_ = Transceiver::Clock::now();
+            packets_ = true;
+        }
     });
     if (found_.kind == RadioKind::Hpsdr)
         bindReadings();
@@ -73,22 +75,71 @@ void RadioSession::setPower(const TransmitPower& power) {
 
 Transceiver& RadioSession::add(long long vfo) {
     arrived_ = nullptr;
+    if (!tellsPackets())
+        lastPackets_ = Transceiver::Clock::now(); // its sound gets some time
     // The first start of these radios makes their receiver, and a transceiver on it; one that is added before
     // has none.
-    const bool byStart = transceivers_.empty() && startMakesFirst();
+    const bool byStart = transceivers_.empty() && startMakesFirst() && !started_;
     if (byStart)
         startOnce();
     else
         Radio_addVtrx(radio_.get(), vfo, 0, 0);
     if (!library_.pumpUntil([this] { return arrived_ != nullptr; }, kPatience))
         throw Failure(interrupted() ? "interrupted" : "the library makes no transceiver; see its log");
-    transceivers_.push_back(std::make_unique<Transceiver>(arrived_, vfo, strengthAbove_));
+    void* const handle = std::exchange(arrived_, nullptr);
+    transceivers_.push_back(std::make_unique<Transceiver>(handle, vfo, strengthAbove_));
     Transceiver& made = *transceivers_.back();
     if (byStart)
-        vtrx_setvfo(arrived_, vfo);
-    if (!library_.pumpUntil([&] { return made.ready(); }, kPatience))
+        vtrx_setvfo(handle, vfo);
+    if (!library_.pumpUntil([&] { return made.ready(); }, kPatience)) {
+        remove(made);
         throw Failure(interrupted() ? "interrupted" : "the library gives no gain control; see its log");
+    }
     return made;
+}
+
+void RadioSession::remove(Transceiver& transceiver) {
+    const auto found = std::ranges::find(transceivers_, &transceiver, &std::unique_ptr<Transceiver>::get);
+    transceiver.onAudio = nullptr;
+    transceiver.remove();
+    transceiver.release();
+    leaving_.push_back(std::move(*found));
+    transceivers_.erase(found);
+}
+
+void RadioSession::open() {
+    startOnce();
+    if (startMakesFirst())
+        library_.pumpUntil([this] { return arrived_ != nullptr; }, kPatience);
+    poll();
+    lastPackets_ = Transceiver::Clock::now();
+}
+
+void RadioSession::restart() {
+    Radio_stop(radio_.get());
+    Radio_start(radio_.get());
+    started_ = true;
+}
+
+void RadioSession::retuneAll() {
+    for (const auto& transceiver : transceivers_)
+        transceiver->retune();
+}
+
+bool RadioSession::alive() const {
+    if (transceivers_.empty() && !tellsPackets())
+        return true;
+    const auto since = Transceiver::Clock::now() - kPatience;
+    return samplesSince(since) || (lastPackets_ && *lastPackets_ >= since);
+}
+
+void RadioSession::poll() {
+    // A start makes a transceiver where it finds none.
+    if (void* const handle = std::exchange(arrived_, nullptr)) {
+        vtrx_remove(handle);
+        const Object unused(handle);
+    }
+    std::erase_if(leaving_, [](const auto& one) { return one->released(); });
 }
 
 void RadioSession::startOnce() {
@@ -149,17 +200,20 @@ void RadioSession::stop() {
     for (const auto& transceiver : transceivers_)
         transceiver->remove();
     library_.pump();
+    poll();
     radio_.reset();
     // The callbacks name the transceivers, so these stay until the library has let go of them.
     for (const auto& transceiver : transceivers_)
         transceiver->release();
     if (library_.settle(before_)) {
         transceivers_.clear();
+        leaving_.clear();
         return;
     }
     fmt::print(stderr, "ferrow: the library keeps objects back\n");
-    for (auto& transceiver : transceivers_)
-        static_cast<void>(transceiver.release());
+    for (auto* list : {&transceivers_, &leaving_})
+        for (auto& transceiver : *list)
+            static_cast<void>(transceiver.release());
 }
 
 } // namespace ferrow

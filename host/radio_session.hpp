@@ -40,8 +40,12 @@ public:
     RadioSession(const RadioSession&) = delete;
     RadioSession& operator=(const RadioSession&) = delete;
 
-    // Makes a transceiver at `vfo` Hz; before start().
+    // Makes a transceiver at `vfo` Hz. start() starts those that are there by then; one that comes later is
+    // its owner's to start. Throws Failure if the library makes none.
     Transceiver& add(long long vfo);
+    // Takes one off the radio and gives it back to the library; what its callbacks name must live on until
+    // they have ended, but for onAudio.
+    void remove(Transceiver& transceiver);
 
     // For commands that transmit, before start().
     void setPower(const TransmitPower& power);
@@ -52,8 +56,27 @@ public:
     // Starts radio and transceivers, and waits for samples. Throws Failure if none come.
     void start();
 
+    // For hosts whose transceivers come and go while the radio runs: starts it without any. What comes of it
+    // is seen by alive().
+    void open();
+    // Ends the stream and begins it anew, with the transceivers that there are.
+    void restart();
+    // Tunes all transceivers once more: for radios that have forgotten, once samples flow again.
+    void retuneAll();
+    // Whether packets or sound have come in the last seconds. A radio that tells of neither, having no
+    // transceiver, counts as alive.
+    bool alive() const;
+    // Whether any have come at all; and whether the radio's kind tells of packets.
+    bool heard() const { return packets_ || samplesSince({}); }
+    bool tellsPackets() const { return found_.kind == RadioKind::Hpsdr; }
+    // For the loop of such a host: lets go of what has ended.
+    void poll();
+
     // Throws Failure when samples have stopped coming. For the loop of a command.
     void checkSamples() const;
+
+    // Why there are no samples, as far as it is known; empty if not.
+    std::string trouble() const { return complaint(); }
 
     // Stops the radio, and no more. For emergencies.
     void halt();
@@ -88,9 +111,11 @@ private:
     bool keyed_ = false;
     TransmitReadings readings_;
     std::optional<Transceiver::Clock::time_point> lastPackets_;
+    bool packets_ = false;
     bool started_ = false;
     void* arrived_ = nullptr; // handle that vtrxAdded brought last
     std::vector<std::unique_ptr<Transceiver>> transceivers_;
+    std::vector<std::unique_ptr<Transceiver>> leaving_; // released, their callbacks may still come
     Object radio_;
 };
 

@@ -49,8 +49,19 @@ std::string freeLoopbackAddress() {
     throw Failure("no free address in the loopback network");
 }
 
-SimProcess::SimProcess(const std::string& program, const std::string& address)
-    : process_(program, {"--address", address, "--die-with-parent"}) {
+namespace {
+
+std::vector<std::string> arguments(const std::string& address, const std::vector<std::string>& more) {
+    std::vector<std::string> all = {"--address", address, "--die-with-parent"};
+    all.insert(all.end(), more.begin(), more.end());
+    return all;
+}
+
+} // namespace
+
+SimProcess::SimProcess(const std::string& program, const std::string& address,
+                       const std::vector<std::string>& more)
+    : process_(program, arguments(address, more)) {
     if (!process_.speaks(kReadyMs))
         throw Failure("the simulated radio does not start");
 }

@@ -17,8 +17,9 @@ std::string freeLoopbackAddress();
 // A running one; ends with this object, or with this process.
 class SimProcess {
 public:
-    // Waits until it is ready. Throws Failure if it does not become so.
-    SimProcess(const std::string& program, const std::string& address);
+    // With `more` on its command line. Waits until it is ready. Throws Failure if it does not become so.
+    SimProcess(const std::string& program, const std::string& address,
+               const std::vector<std::string>& more = {});
     ~SimProcess();
     SimProcess(const SimProcess&) = delete;
     SimProcess& operator=(const SimProcess&) = delete;

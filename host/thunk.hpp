@@ -8,11 +8,29 @@
 #include <cstddef>
 #include <functional>
 #include <mutex>
+#include <type_traits>
 #include <utility>
 
 namespace ferrow {
 
 inline constexpr std::size_t kThunksPerSignature = 256;
+
+// How many functions a signature has. Every object has a Deleted, and a bank of PSK 66 detectors with five
+// callbacks each: these signatures have room for 128 transceivers and 8 banks.
+template <typename... Args>
+struct ThunkCount : std::integral_constant<std::size_t, kThunksPerSignature> {};
+template <>
+struct ThunkCount<int> : std::integral_constant<std::size_t, 2048> {};
+template <>
+struct ThunkCount<const char*> : std::integral_constant<std::size_t, 1536> {};
+template <>
+struct ThunkCount<> : std::integral_constant<std::size_t, 768> {};
+template <>
+struct ThunkCount<void*> : std::integral_constant<std::size_t, 512> {};
+template <>
+struct ThunkCount<double> : std::integral_constant<std::size_t, 512> {};
+template <>
+struct ThunkCount<bool> : std::integral_constant<std::size_t, 512> {};
 
 // The set of functions of the signature void(Args...). Taking and giving back may happen on any thread; a
 // slot may be given back once nothing calls it any more, which for an object's callbacks is when Deleted
@@ -21,11 +39,12 @@ template <typename... Args>
 class Thunks {
 public:
     using Pointer = void (*)(Args...);
+    static constexpr std::size_t kCount = ThunkCount<Args...>::value;
 
     // Throws Failure when all are taken.
     static Pointer take(std::function<void(Args...)> function) {
         const std::lock_guard lock(mutex);
-        for (std::size_t i = 0; i < kThunksPerSignature; ++i) {
+        for (std::size_t i = 0; i < kCount; ++i) {
             if (!functions[i]) {
                 functions[i] = std::move(function);
                 return pointers[i];
@@ -38,7 +57,7 @@ public:
     static void giveBack(Pointer pointer) {
         std::function<void(Args...)> last; // destroyed after unlocking, since it may own much
         const std::lock_guard lock(mutex);
-        for (std::size_t i = 0; i < kThunksPerSignature; ++i)
+        for (std::size_t i = 0; i < kCount; ++i)
             if (pointers[i] == pointer)
                 last.swap(functions[i]);
     }
@@ -52,20 +71,24 @@ public:
     }
 
 private:
+    // One for each place would be a lot of code.
+    [[gnu::noinline]] static void run(std::size_t index, Args... args) {
+        const auto function = functions[index]; // a copy: the call may give the slot back
+        function(args...);
+    }
     template <std::size_t Index>
     static void call(Args... args) {
-        const auto function = functions[Index]; // a copy: the call may give the slot back
-        function(args...);
+        run(Index, args...);
     }
     template <std::size_t... Indices>
     static constexpr std::array<Pointer, sizeof...(Indices)> makePointers(std::index_sequence<Indices...>) {
         return {&Thunks::template call<Indices>...};
     }
 
-    static inline std::array<std::function<void(Args...)>, kThunksPerSignature> functions;
+    static inline std::array<std::function<void(Args...)>, kCount> functions;
     static inline std::mutex mutex;
-    static constexpr std::array<Pointer, kThunksPerSignature> pointers =
-        makePointers(std::make_index_sequence<kThunksPerSignature>());
+    static constexpr std::array<Pointer, kCount> pointers =
+        makePointers(std::make_index_sequence<kCount>());
 };
 
 } // namespace ferrow

@@ -2,6 +2,7 @@
 
 #include "host/arrays.hpp"
 
+#include <algorithm>
 #include <ferrowcore/agc.h>
 #include <ferrowcore/modes.h>
 #include <ferrowcore/vtrx.h>
@@ -40,8 +41,17 @@ Transceiver::Transceiver(void* handle, long long vfo, double strengthAbove) : vf
 void Transceiver::setMode(Object mode, int low, int high) {
     mode_ = std::move(mode);
     vtrx_setModulation(vtrx_.get(), mode_.get());
+    setFilter(low, high);
+}
+
+void Transceiver::setFilter(int low, int high) {
     vtrx_setRxFilter(vtrx_.get(), low, high);
-    retune(); // the receivers were shared out for the filter that a new transceiver has
+    retune(); // the receivers were shared out for the filter of before
+}
+
+void Transceiver::setVfo(long long vfo) {
+    vfo_ = vfo;
+    vtrx_setvfo(vtrx_.get(), vfo);
 }
 
 // A muted transceiver has no microphone either. What is left alone is the system's own device.
@@ -87,9 +97,22 @@ void Transceiver::setManualGain(double decibel) {
     agc_setEnabled(agc_.get(), false);
 }
 
+void Transceiver::setAutomaticGain(float attack, float decay, float hang) {
+    setGainTimes(attack, decay, hang);
+    agc_setEnabled(agc_.get(), true);
+}
+
 void Transceiver::setNoiseReduction(double percent) {
     modDemod_setrnnoiseSquelch(mode_.get(), percent);
     modDemod_setrnnoise(mode_.get(), true);
+}
+
+void Transceiver::setTextAt(int hertz) {
+    modDemod_setrxFreq(mode_.get(), hertz);
+}
+
+void Transceiver::endNoiseReduction() {
+    modDemod_setrnnoise(mode_.get(), false);
 }
 
 void Transceiver::setGainTimes(float attack, float decay, float hang) {
@@ -121,9 +144,15 @@ void Transceiver::remove() {
 }
 
 void Transceiver::release() {
-    mode_.reset();
-    agc_.reset();
-    vtrx_.reset();
+    for (Object* one : {&mode_, &agc_, &vtrx_}) {
+        if (*one)
+            lives_.push_back(one->life());
+        one->reset();
+    }
+}
+
+bool Transceiver::released() const {
+    return std::ranges::all_of(lives_, [](const auto& life) { return life.expired(); });
 }
 
 void Transceiver::askCentre() {

@@ -9,6 +9,7 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace ferrow {
 
@@ -33,6 +34,8 @@ public:
 
     // Takes over a mode object and sets the filter for it, in Hz relative to vfo.
     void setMode(Object mode, int low, int high);
+    void setFilter(int low, int high);
+    void setVfo(long long vfo);
     void setAudio(const AudioChoice& output, const AudioChoice& microphone = {});
 
     // Band of the transmit filter in Hz relative to vfo, and how far above vfo the carrier stands.
@@ -49,8 +52,13 @@ public:
     double microphoneLevel() const { return microphoneLevel_; } // linear peak
     // Plain gain in dB in place of the automatic one.
     void setManualGain(double decibel);
+    // The automatic one again, with seconds as of setGainTimes.
+    void setAutomaticGain(float attack, float decay, float hang);
     // Takes noise out of the voice, by that percentage of what the library would take away; needs a mode.
     void setNoiseReduction(double percent);
+    // Audio frequency at which a text mode receives, Hz; CW has one of its own.
+    void setTextAt(int hertz);
+    void endNoiseReduction();
     // Seconds in which the gain falls and rises, and for which it hangs.
     void setGainTimes(float attack, float decay, float hang);
     // Width of the display: the radio's rate divided by `zoom`, a power of two, around vfo + offset.
@@ -68,6 +76,8 @@ public:
     void remove();
     // Gives all handles back. The callbacks may still come until the library calls Deleted.
     void release();
+    // Behind release(): whether the library has let go of all, and no callback comes any more.
+    bool released() const;
 
     // A single answer of the hardware receiver that serves this transceiver: its centre in Hz. Asks for it;
     // the answer stands here some blocks later, once samples flow.
@@ -96,7 +106,8 @@ private:
     double microphoneLevel_ = 0;
     std::optional<Clock::time_point> lastSamples_;
     std::optional<double> centre_;
-    Object vtrx_; // last: goes first
+    std::vector<std::weak_ptr<const void>> lives_; // of what has been released
+    Object vtrx_;                                  // last: goes first
 };
 
 } // namespace ferrow

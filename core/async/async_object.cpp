@@ -20,14 +20,16 @@ asyncObject::~asyncObject() {
     }
 }
 
-void asyncObject::queueSetItem(seqTask task) noexcept {
+void asyncObject::queueSetItem(seqTask&& task) noexcept {
     const char* label = task.label();
     try {
         if (!context_) {
             logError("queueSetItem null taskgroup {}", label);
             return;
         }
-        context_->queuePropertySet(std::move(task), shared_from_this());
+        auto self = shared_from_this(); // before the task is queued: it must not outlive the object
+        if (context_->pushPropertySet(std::move(task)))
+            context_->schedule(std::move(self));
     } catch (const std::exception& error) {
         logError("queueSetItem {} {}", error.what(), label);
     } catch (...) {
@@ -36,9 +38,12 @@ void asyncObject::queueSetItem(seqTask task) noexcept {
     }
 }
 
-void asyncObject::queueSeqItem(seqTask task) {
-    if (context_)
-        context_->queueSeq(std::move(task), shared_from_this());
+void asyncObject::queueSeqItem(seqTask&& task) {
+    if (!context_)
+        return;
+    auto self = shared_from_this();
+    if (context_->pushSeq(std::move(task)))
+        context_->schedule(std::move(self));
 }
 
 bool asyncObject::postUpdate(std::function<void()> function) {

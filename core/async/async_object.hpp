@@ -28,11 +28,11 @@ public:
     std::atomic<NoticeCallback> Echo{nullptr};    // answers Ping
 
     // Host's thread: runs `task` on the context before its next seq task. Logs what goes wrong; never throws.
-    void queueSetItem(seqTask task) noexcept;
+    void queueSetItem(seqTask&& task) noexcept;
 
     // Any library thread: runs `task` on the context in its turn. Drops it if there is no context. Throws
     // std::bad_weak_ptr once the last reference has gone.
-    void queueSeqItem(seqTask task);
+    void queueSeqItem(seqTask&& task);
 
     // Any library thread: the host's pump calls `function`. False if the object has no context or the queue
     // is full.

@@ -1,6 +1,11 @@
 // The process-wide pool behind every sample buffer: lock-free stacks of idle blocks in 64 size classes.
 // Blocks are never returned to the system, so a class holds as many as were ever in use at once, and a
 // running chain, whose sizes repeat, makes no heap calls. Any thread.
+//
+// In front of the stacks of the classes up to kMagazineClasses each thread has a magazine of up to
+// kMagazine idle blocks, so that threads that allocate and release at the same time do not fight for a
+// stack's head; half a magazine moves to or from a stack by one exchange. A class may hold so many more. What
+// a thread leaves behind goes to the stacks.
 #pragma once
 
 #include <array>
@@ -14,6 +19,8 @@ class bufferPool {
 public:
     static constexpr int kClasses = 64;
     static constexpr int kSpareNodesAtStart = 32;
+    static constexpr int kMagazineClasses = 14; // 0 to 13: blocks up to 8 KiB
+    static constexpr int kMagazine = 8;
 
     // Made on first use, never destroyed: buffers may die after every other static.
     static bufferPool& instance();
@@ -45,8 +52,15 @@ private:
     // left and came back does not look unchanged.
     class Stack {
     public:
-        void push(Node* node);
-        Node* pop();
+        // `last` is reached from `first` by next.
+        void push(Node* first, Node* last);
+        // Up to `most` nodes from the top; their number, and the first.
+        int pop(Node*& first, int most);
+        void push(Node* node) { push(node, node); }
+        Node* pop() {
+            Node* node = nullptr;
+            return pop(node, 1) == 1 ? node : nullptr;
+        }
 
     private:
         std::atomic<uint64_t> head{0};
@@ -59,7 +73,20 @@ private:
         std::atomic<uint64_t> nodeCount{0};
     };
 
+    struct Magazine;
+    struct Magazines;
+    struct Flush;
+    static constexpr int kMoved = kMagazine / 2;
+
     bufferPool();
+
+    static constinit thread_local Magazines magazines;
+
+    static bool takeMagazines();
+    static Magazine* magazineOf(int sizeClass);
+    Node* spareNode(SizeClass& sizeClass);
+    void fill(SizeClass& sizeClass, Magazine& magazine);
+    void spill(SizeClass& sizeClass, Magazine& magazine, int count);
 
     std::array<SizeClass, kClasses> classes;
     std::array<Node, kClasses * kSpareNodesAtStart> firstNodes;

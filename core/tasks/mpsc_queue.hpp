@@ -3,6 +3,7 @@
 
 #include "core/tasks/log.hpp"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstddef>
@@ -36,8 +37,8 @@ public:
             delete slot.load(std::memory_order_acquire);
     }
 
-    // Any thread. False, with `element` dropped, when this thread's ring is full or there is no ring left.
-    bool push(T element) {
+    // Any thread. False, with `element` as it was, when this thread's ring is full or there is no ring left.
+    bool push(T&& element) {
         const std::uint32_t ticket = ticketCounter_.fetch_add(1, std::memory_order_relaxed) + 1;
         Ring* ring = ringOfThisThread();
         if (ring == nullptr)
@@ -49,6 +50,7 @@ public:
         ring->slots[write].ticket = ticket;
         ::new (ring->slots[write].storage) T(std::move(element));
         ring->write.store(next, std::memory_order_release);
+        __builtin_prefetch(&ring->slots[next], 1);
         return true;
     }
 
@@ -56,8 +58,8 @@ public:
     bool take(T& element) {
         Ring* best = nullptr;
         std::uint32_t bestTicket = 0;
-        for (auto& slot : rings_) {
-            Ring* ring = slot.load(std::memory_order_acquire);
+        for (std::size_t i = 0, count = ringsMade(); i < count; ++i) {
+            Ring* ring = rings_[i].load(std::memory_order_acquire);
             if (ring == nullptr)
                 continue;
             const std::size_t read = ring->read.load(std::memory_order_relaxed);
@@ -81,8 +83,8 @@ public:
 
     // Whether any ring holds an element. Any thread; a hint unless the caller is the consumer.
     bool waiting() const noexcept {
-        for (const auto& slot : rings_) {
-            const Ring* ring = slot.load(std::memory_order_acquire);
+        for (std::size_t i = 0, count = ringsMade(); i < count; ++i) {
+            const Ring* ring = rings_[i].load(std::memory_order_acquire);
             if (ring != nullptr &&
                 ring->read.load(std::memory_order_acquire) != ring->write.load(std::memory_order_acquire))
                 return true;
@@ -91,7 +93,8 @@ public:
     }
 
 private:
-    struct Slot {
+    // On cache lines of its own: a small task fits into the first.
+    struct alignas(kCacheLine) Slot {
         std::uint32_t ticket;
         alignas(T) unsigned char storage[sizeof(T)];
 
@@ -113,14 +116,19 @@ private:
         }
     };
 
+    // Places that may hold a ring. One that is counted late belongs to a push that has not ended.
+    std::size_t ringsMade() const noexcept {
+        return std::min(static_cast<std::size_t>(ringCount_.load(std::memory_order_acquire)), kRings);
+    }
+
     Ring* ringOfThisThread() {
         const std::uint32_t id = currentThreadId();
-        for (std::size_t i = 0; i < kRings; ++i)
+        for (std::size_t i = 0, count = ringsMade(); i < count; ++i)
             if (threadIds_[i].load(std::memory_order_relaxed) == id)
                 return rings_[i].load(std::memory_order_relaxed);
         std::int32_t n = ringCount_.load(std::memory_order_relaxed);
         if (n < static_cast<std::int32_t>(kRings))
-            n = ringCount_.fetch_add(1, std::memory_order_relaxed);
+            n = ringCount_.fetch_add(1, std::memory_order_acq_rel);
         if (n >= static_cast<std::int32_t>(kRings)) {
             logError("Too many threads accessing mpsc queue");
             return nullptr;

@@ -12,7 +12,7 @@ namespace ferrow {
 
 // A value type. The closure lives in 256 bytes of inline storage and never spills to the heap: one that needs
 // more does not compile. An empty task has the label "" and raises std::bad_function_call when invoked.
-class seqTask {
+class seqTask final {
 public:
     static constexpr std::size_t kStorage = 256;
 
@@ -39,7 +39,9 @@ public:
         other.reset();
     }
 
-    seqTask& operator=(seqTask other) noexcept {
+    seqTask& operator=(seqTask&& other) noexcept {
+        if (this == &other)
+            return *this;
         reset();
         other.operations_->move(other.storage_, storage_);
         operations_ = other.operations_;
@@ -47,8 +49,9 @@ public:
         other.reset();
         return *this;
     }
+    seqTask& operator=(const seqTask& other) { return *this = seqTask(other); }
 
-    virtual ~seqTask() { operations_->destroy(storage_); }
+    virtual ~seqTask() { reset(); }
 
     void operator()() { operations_->invoke(storage_); }
 
@@ -78,6 +81,8 @@ private:
                                        [](void*) noexcept {}};
 
     void reset() noexcept {
+        if (operations_ == &kEmpty)
+            return;
         operations_->destroy(storage_);
         operations_ = &kEmpty;
         label_ = "";

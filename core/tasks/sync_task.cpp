@@ -22,40 +22,39 @@ syncTask::~syncTask() {
         propertyRing_[i].task().~seqTask();
 }
 
-void syncTask::queuePropertySet(seqTask task, std::shared_ptr<asyncObject> object) {
+bool syncTask::pushPropertySet(seqTask&& task) {
     const std::uint64_t write = propertyWrite_.load(std::memory_order_relaxed);
     const std::uint64_t next = after(write);
     if (next == propertyRead_.load(std::memory_order_acquire)) {
         logError("Can't queue property set");
-        return;
+        return false;
     }
     ::new (propertyRing_[write].storage) seqTask(std::move(task));
     propertyWrite_.store(next, std::memory_order_release);
-    wake(std::move(object));
+    return claim();
 }
 
-void syncTask::queueSeq(seqTask task, std::shared_ptr<asyncObject> object) {
+bool syncTask::pushSeq(seqTask&& task) {
     if (!seqQueue_.push(std::move(task))) {
         logError("Can't queue seq process");
-        return;
+        return false;
     }
-    wake(std::move(object));
+    return claim();
 }
 
-void syncTask::wake(std::shared_ptr<asyncObject> object) {
-    if (scheduled_.exchange(1, std::memory_order_acq_rel) == 0)
-        pool_->schedule(std::move(object), *this);
+void syncTask::schedule(std::shared_ptr<asyncObject> object) noexcept {
+    pool_->schedule(std::move(object), *this);
 }
 
-void syncTask::TryProcess(std::shared_ptr<asyncObject> object) {
+bool syncTask::TryProcess() {
     processPropertySetQueue();
     processSeqQueue();
     // An exchange, not a store: a producer whose own exchange came before this one has its element seen
     // below.
     scheduled_.exchange(0, std::memory_order_acq_rel);
-    if (seqQueue_.waiting() ||
-        propertyRead_.load(std::memory_order_acquire) != propertyWrite_.load(std::memory_order_acquire))
-        wake(std::move(object));
+    const bool more = seqQueue_.waiting() || propertyRead_.load(std::memory_order_acquire) !=
+                                                 propertyWrite_.load(std::memory_order_acquire);
+    return more && claim();
 }
 
 void syncTask::processPropertySetQueue() {

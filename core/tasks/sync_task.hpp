@@ -27,15 +27,19 @@ public:
     ~syncTask();
 
     // Host to object; one producing thread at a time. A full ring drops the task and logs
-    // "Can't queue property set".
-    void queuePropertySet(seqTask task, std::shared_ptr<asyncObject> object);
+    // "Can't queue property set". True: the context was idle, and the caller must schedule it.
+    [[nodiscard]] bool pushPropertySet(seqTask&& task);
 
-    // Library to object; any thread. A full ring drops the task and logs "Can't queue seq process".
-    void queueSeq(seqTask task, std::shared_ptr<asyncObject> object);
+    // Library to object; any thread. A full ring drops the task and logs "Can't queue seq process". The
+    // result is as above.
+    [[nodiscard]] bool pushSeq(seqTask&& task);
 
-    // One round of a worker: all waiting property sets, then at most one seq task. `object` is scheduled
-    // again if anything is left.
-    void TryProcess(std::shared_ptr<asyncObject> object);
+    // Puts the context on the wake queue of the pool; `object` keeps it alive.
+    void schedule(std::shared_ptr<asyncObject> object) noexcept;
+
+    // One round of a worker: all waiting property sets, then at most one seq task. True if anything is left:
+    // the worker then puts the context on the wake queue again.
+    [[nodiscard]] bool TryProcess();
 
     sothreadpool* pool() const noexcept { return pool_; }
 
@@ -47,7 +51,7 @@ private:
 
     void processPropertySetQueue();
     void processSeqQueue();
-    void wake(std::shared_ptr<asyncObject> object);
+    bool claim() noexcept { return scheduled_.exchange(1, std::memory_order_acq_rel) == 0; }
 
     std::atomic<std::uint64_t> propertyWrite_{0};
     alignas(kCacheLine) std::atomic<std::uint64_t> propertyRead_{0};

@@ -44,16 +44,31 @@ struct sothreadpool::WakeQueue {
     moodycamel::LightweightSemaphore semaphore{0, kSpinsBeforeSleep};
 };
 
+namespace {
+
+// The producer of a worker's own entries, so that it need not be looked up by thread.
+struct OwnProducer {
+    const sothreadpool* pool;
+    moodycamel::ProducerToken token;
+};
+
+constinit thread_local const OwnProducer* ownProducer = nullptr;
+constinit thread_local std::uint32_t threadId = 0;
+
+} // namespace
+
 std::uint32_t currentThreadId() noexcept {
     static std::atomic<std::uint32_t> last{0};
-    thread_local const std::uint32_t id = last.fetch_add(1, std::memory_order_relaxed) + 1;
-    return id;
+    if (threadId == 0)
+        threadId = last.fetch_add(1, std::memory_order_relaxed) + 1;
+    return threadId;
 }
 
-sothreadpool::sothreadpool(void (*onWorkerStart)())
+sothreadpool::sothreadpool(void (*onWorkerStart)(), unsigned workers)
     : onWorkerStart_(onWorkerStart), wakeQueue_(std::make_unique<WakeQueue>()) {
     try {
-        const unsigned count = std::min(std::thread::hardware_concurrency(), kMaxWorkers);
+        const unsigned count =
+            workers != 0 ? workers : std::min(std::thread::hardware_concurrency(), kMaxWorkers);
         threads_.reserve(count);
         for (unsigned i = 0; i < count; ++i)
             threads_.emplace_back([this] { worker(); });
@@ -80,20 +95,25 @@ void sothreadpool::stopWorkers() noexcept {
     threads_.clear();
 }
 
-void sothreadpool::schedule(std::shared_ptr<asyncObject> object, syncTask& context) noexcept {
-    bool queued = false;
+bool sothreadpool::enqueue(std::shared_ptr<asyncObject> object, syncTask& context) noexcept {
     try {
-        queued = wakeQueue_->entries.enqueue(WakeEntry{std::move(object), &context});
+        WakeEntry entry{std::move(object), &context};
+        const OwnProducer* const own = ownProducer;
+        if (own != nullptr && own->pool == this ? wakeQueue_->entries.enqueue(own->token, std::move(entry))
+                                                : wakeQueue_->entries.enqueue(std::move(entry)))
+            return true;
     } catch (...) { // the queue could not grow
     }
-    if (!queued) {
-        logError("failed to queue task");
-        return;
-    }
-    wakeQueue_->semaphore.signal();
+    logError("failed to queue task");
+    return false;
 }
 
-bool sothreadpool::queueUpdate(asTask task) {
+void sothreadpool::schedule(std::shared_ptr<asyncObject> object, syncTask& context) noexcept {
+    if (enqueue(std::move(object), context))
+        wakeQueue_->semaphore.signal();
+}
+
+bool sothreadpool::queueUpdate(asTask&& task) {
     if (updateQueue_.push(std::move(task)))
         return true;
     logError("Can't queue property");
@@ -108,15 +128,23 @@ void sothreadpool::worker() noexcept {
     }
     if (onWorkerStart_ != nullptr)
         onWorkerStart_();
+    const OwnProducer producer{this, moodycamel::ProducerToken(wakeQueue_->entries)};
+    ownProducer = &producer;
+    // A context with more to do goes to the back of the queue. The worker that puts it there takes the next
+    // entry itself, be it this one or another: no second worker has to be woken for it.
+    bool owed = false;
     while (!exit_.load(std::memory_order_acquire)) {
-        wakeQueue_->semaphore.wait();
+        if (!owed)
+            wakeQueue_->semaphore.wait();
+        owed = false;
         WakeEntry entry;
         // The semaphore may be ahead of what this thread can see yet, so a miss is tried again.
         while (!wakeQueue_->entries.try_dequeue(entry))
             if (exit_.load(std::memory_order_acquire))
                 return;
         try {
-            entry.context->TryProcess(std::move(entry.object));
+            if (syncTask& context = *entry.context; context.TryProcess())
+                owed = enqueue(std::move(entry.object), context);
         } catch (const std::exception& error) {
             logError("worker {}", error.what());
         } catch (...) {

@@ -19,10 +19,10 @@ public:
     static constexpr std::size_t kUpdateRing = 65537; // 65536 usable per producing thread
     static constexpr std::size_t kRenderRing = 65;    // 64 usable per producing thread
 
-    // Starts min(hardware concurrency, 20) workers. On failure it leaves a crash note and raises what was
-    // raised.
+    // Starts min(hardware concurrency, 20) workers, or `workers` if that is not 0. On failure it leaves a
+    // crash note and raises what was raised.
     // `onWorkerStart`, if any, is called by each worker before it takes work.
-    explicit sothreadpool(void (*onWorkerStart)() = nullptr);
+    explicit sothreadpool(void (*onWorkerStart)() = nullptr, unsigned workers = 0);
     sothreadpool(const sothreadpool&) = delete;
     sothreadpool& operator=(const sothreadpool&) = delete;
     ~sothreadpool();
@@ -31,8 +31,8 @@ public:
     void schedule(std::shared_ptr<asyncObject> object, syncTask& context) noexcept;
 
     // Any library thread; false when the task was dropped, which the first one logs ("Can't queue property").
-    bool queueUpdate(asTask task);
-    bool queueRenderUpdate(asTask task) { return renderQueue_.push(std::move(task)); }
+    bool queueUpdate(asTask&& task);
+    bool queueRenderUpdate(asTask&& task) { return renderQueue_.push(std::move(task)); }
 
     // The host's pump threads, one per queue: next task, or false.
     bool takeUpdate(asTask& task) { return updateQueue_.take(task); }
@@ -46,6 +46,7 @@ private:
     struct WakeQueue; // the lock-free queue with its semaphore
 
     void worker() noexcept;
+    bool enqueue(std::shared_ptr<asyncObject> object, syncTask& context) noexcept;
 
     void (*const onWorkerStart_)();
 

@@ -192,9 +192,10 @@ void DatagramSocket::layOut() {
 
     posted.resize(static_cast<std::size_t>(rxCount));
     finished.resize(static_cast<std::size_t>(txCount));
+    arrived.resize(static_cast<std::size_t>(rxCount));
     results.resize(capacity);
-    headers.resize(capacity);
-    pieces.resize(capacity);
+    headers.resize(kFetch);
+    pieces.resize(kFetch);
 }
 
 int DatagramSocket::connect(std::uint32_t address) {
@@ -238,7 +239,7 @@ int DatagramSocket::receive(int maxResults) noexcept {
             outstandingPeak = std::max(outstandingPeak, out);
             return slot.index;
         }
-        // Under load packets are waiting already, and looking first saves the wait's system call.
+        // Under load packets are waiting already, and looking first saves the wait.
         if (dequeue(maxResults) == 0 && (!wait() || dequeue(maxResults) == 0))
             return -1;
     }
@@ -258,13 +259,21 @@ int DatagramSocket::dequeue(int maxResults) noexcept {
             --finishedCount;
         }
     }
-    const std::size_t room = std::min(limit - resultCount, postedCount);
-    if (room > 0)
-        takeDatagrams(room);
+    if (arrivedCount == 0 && resultCount < limit)
+        fetch();
+    while (arrivedCount > 0 && resultCount < limit) {
+        results[resultCount++] = &rxSlots[static_cast<std::size_t>(arrived[arrivedHead])];
+        arrivedHead = (arrivedHead + 1) % arrived.size();
+        --arrivedCount;
+    }
     return static_cast<int>(resultCount);
 }
 
-int DatagramSocket::takeDatagrams(std::size_t count) noexcept {
+// Fills posted slots with the datagrams that wait.
+void DatagramSocket::fetch() noexcept {
+    const std::size_t count = std::min(kFetch, postedCount);
+    if (count == 0)
+        return;
     for (std::size_t i = 0; i < count; ++i) {
         const auto slot = static_cast<std::size_t>(posted[(postedHead + i) % posted.size()]);
         pieces[i] = {region + rxSlots[slot].offset, rxSlots[slot].length};
@@ -288,17 +297,31 @@ int DatagramSocket::takeDatagrams(std::size_t count) noexcept {
             logTrace("RIODequeueCompletion {}", errno);
             std::this_thread::sleep_for(std::chrono::milliseconds(kWaitMilliseconds));
         }
-        return 0;
+        return;
     }
     for (int i = 0; i < taken; ++i) {
-        const SlotDescriptor& slot = rxSlots[static_cast<std::size_t>(posted[postedHead])];
+        const int index = posted[postedHead];
+        const SlotDescriptor& slot = rxSlots[static_cast<std::size_t>(index)];
         const std::uint32_t bytes = std::min(headers[static_cast<std::size_t>(i)].msg_len, slot.length);
         std::memset(region + slot.offset + bytes, 0, slot.length - bytes);
-        results[resultCount++] = &slot;
+        arrived[(arrivedHead + arrivedCount++) % arrived.size()] = index;
         postedHead = (postedHead + 1) % posted.size();
         --postedCount;
     }
-    return taken;
+    counted += taken;
+}
+
+void DatagramSocket::noteRate() noexcept {
+    using namespace std::chrono;
+    const auto now = steady_clock::now();
+    const auto elapsed = now - countedSince;
+    if (elapsed < milliseconds(kWaitMilliseconds))
+        return;
+    // What came in a long silence says nothing about the present.
+    dense = elapsed < 10 * milliseconds(kWaitMilliseconds) &&
+            counted >= duration<double>(elapsed).count() * kDenseRate;
+    countedSince = now;
+    counted = 0;
 }
 
 // Sleeps until something can be taken. False when the time ran out.
@@ -308,6 +331,13 @@ bool DatagramSocket::wait() noexcept {
         // taken, so only a moment passes until the caller has looked for released slots again.
         std::this_thread::sleep_for(std::chrono::milliseconds(region ? 1 : kWaitMilliseconds));
         return false;
+    }
+    noteRate();
+    if (dense) {
+        std::this_thread::sleep_for(kGather);
+        fetch();
+        if (arrivedCount > 0)
+            return true;
     }
     epoll_event event{};
     const int ready = ::epoll_wait(waitPort, &event, 1, kWaitMilliseconds);

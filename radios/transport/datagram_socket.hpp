@@ -11,6 +11,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -38,6 +39,9 @@ public:
     static constexpr int kOpenReceiveSlots = 256;
     static constexpr int kReceiveBufferBytes = 0x1000000;
     static constexpr int kWaitMilliseconds = 10;
+    static constexpr std::size_t kFetch = 64;
+    static constexpr int kDenseRate = 2000; // packets a second
+    static constexpr std::chrono::microseconds kGather{1000};
 
     DatagramSocket();
     ~DatagramSocket();
@@ -58,9 +62,12 @@ public:
     int connect(std::uint32_t address);
 
     // The next finished receive slot, or −1 when 10 ms went by without a packet. At most `maxResults` packets
-    // (at least 1, at most the capacity of the results) are taken from the system at once and given out by
-    // the following calls. What a datagram shorter than its slot leaves over is zeroed: bytes of an earlier
-    // packet never show. A longer one is cut.
+    // (at least 1, at most the capacity of the results) are taken from the finished ones at once and given
+    // out by the following calls. What a datagram shorter than its slot leaves over is zeroed: bytes of an
+    // earlier packet never show. A longer one is cut.
+    //
+    // One system call finishes as many slots as packets wait, up to kFetch. From kDenseRate packets a second
+    // on the wait for the next ones is a sleep of kGather, so that the thread wakes for several at once.
     int receive(int maxResults) noexcept;
 
     // Posts the receive slot again; posted slots are filled in the order in which they were posted.
@@ -107,8 +114,9 @@ private:
     void layOut();
     bool post(int slot) noexcept;
     int dequeue(int maxResults) noexcept;
-    int takeDatagrams(std::size_t count) noexcept;
+    void fetch() noexcept;
     bool wait() noexcept;
+    void noteRate() noexcept;
     int transmit(const SlotDescriptor& slot, const void* address, unsigned addressLength) noexcept;
 
     int socket = -1;
@@ -122,8 +130,13 @@ private:
     std::vector<SlotDescriptor> rxSlots, rxAddresses, txSlots, txAddresses;
     std::vector<int> posted; // receive slots in the hands of the system: a ring, oldest first
     std::size_t postedHead = 0, postedCount = 0;
+    std::vector<int> arrived; // receive slots that are filled and not yet dequeued: a ring
+    std::size_t arrivedHead = 0, arrivedCount = 0;
     std::vector<const SlotDescriptor*> finished; // sends that are done and not yet dequeued: a ring
     std::size_t finishedHead = 0, finishedCount = 0;
+    std::chrono::steady_clock::time_point countedSince{}; // of the packet rate
+    int counted = 0;
+    bool dense = false;
     std::vector<const SlotDescriptor*> results; // what the last dequeue gave: the slots that are finished
     std::size_t capacity = 0;
     std::vector<mmsghdr> headers;

@@ -75,7 +75,7 @@ std::shared_ptr<const Station> buildStation(const Scene& scene, const StationSpe
     case StationKind::Carrier:
         break;
     }
-    return std::make_shared<CarrierStation>(spec.name, spec.frequency, level);
+    return std::make_shared<CarrierStation>(spec.name, spec.frequency, level, spec.pulse);
 }
 
 } // namespace

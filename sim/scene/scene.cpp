@@ -140,6 +140,10 @@ StationSpec readStation(const json& value, const std::string& place) {
         station.inverted = fields.flag("inverted", false);
         break;
     case StationKind::Carrier:
+        station.pulse.every = fields.number("every", 0.0, 0.0, 600.0);
+        station.pulse.length = fields.number("length", station.pulse.length, 0.002, 600.0);
+        if (station.pulse.every > 0 && station.pulse.length + 2 * kPulseEdge > station.pulse.every)
+            throw SceneError(fields.placeOf("length") + ": must be shorter than every, by its edges of 1 ms");
         break;
     }
     fields.finish();

@@ -2,6 +2,7 @@
 #include "sim/ft8/slot_station.hpp"
 #include "sim/radio/faults.hpp"
 #include "sim/radio/telemetry.hpp"
+#include "sim/sky/carrier.hpp"
 #include "sim/sky/psk_station.hpp"
 #include "sim/sky/teletype.hpp"
 
@@ -46,6 +47,7 @@ struct StationSpec {
     double wpm = 20.0;
     double gap = 2.0;
     double jitter = 0.0;   ///< CW
+    Pulse pulse;           ///< carrier
     TeletypeLine teletype; ///< RTTY
     PskLine psk;
     std::vector<std::string> messages;

@@ -19,24 +19,21 @@ std::atomic<Throwing> throwing{Throwing::Nothing};
 
 } // namespace
 
-// syncTask::queuePropertySet, before and after the linker's --wrap.
-#define FERROW_QUEUE _ZN6ferrow8syncTask16queuePropertySetENS_7seqTaskESt10shared_ptrINS_11asyncObjectEE
+// syncTask::pushPropertySet, before and after the linker's --wrap.
+#define FERROW_PUSH _ZN6ferrow8syncTask15pushPropertySetEONS_7seqTaskE
 #define FERROW_JOIN(a, b) a##b
 #define FERROW_NAME(a, b) FERROW_JOIN(a, b)
 extern "C" {
-void FERROW_NAME(__real_, FERROW_QUEUE)(ferrow::syncTask*, ferrow::seqTask,
-                                        std::shared_ptr<ferrow::asyncObject>);
-void FERROW_NAME(__wrap_, FERROW_QUEUE)(ferrow::syncTask*, ferrow::seqTask,
-                                        std::shared_ptr<ferrow::asyncObject>);
+bool FERROW_NAME(__real_, FERROW_PUSH)(ferrow::syncTask*, ferrow::seqTask&&);
+bool FERROW_NAME(__wrap_, FERROW_PUSH)(ferrow::syncTask*, ferrow::seqTask&&);
 
-void FERROW_NAME(__wrap_, FERROW_QUEUE)(ferrow::syncTask* context, ferrow::seqTask task,
-                                        std::shared_ptr<ferrow::asyncObject> object) {
+bool FERROW_NAME(__wrap_, FERROW_PUSH)(ferrow::syncTask* context, ferrow::seqTask&& task) {
     using ferrow::seqTask;
     if (throwing == Throwing::Exception)
         task = seqTask(task.label(), [] { throw std::runtime_error("provoked"); });
     else if (throwing == Throwing::Number)
         task = seqTask(task.label(), [] { throw 1; });
-    FERROW_NAME(__real_, FERROW_QUEUE)(context, std::move(task), std::move(object));
+    return FERROW_NAME(__real_, FERROW_PUSH)(context, std::move(task));
 }
 }
 

@@ -55,6 +55,14 @@ public:
         if (pid_ > 0)
             kill(pid_, number);
     }
+    // Waits for more of it; false once it has ended.
+    bool readSome() {
+        char bytes[4096];
+        const ssize_t n = pid_ > 0 ? read(output_, bytes, sizeof bytes) : 0;
+        if (n > 0)
+            outcome_.output.append(bytes, static_cast<std::size_t>(n));
+        return n > 0;
+    }
     // What it has written, as far as it has been read.
     const std::string& output() const { return outcome_.output; }
     pid_t pid() const { return pid_; }
@@ -72,14 +80,6 @@ public:
     }
 
 private:
-    bool readSome() {
-        char bytes[4096];
-        const ssize_t n = pid_ > 0 ? read(output_, bytes, sizeof bytes) : 0;
-        if (n > 0)
-            outcome_.output.append(bytes, static_cast<std::size_t>(n));
-        return n > 0;
-    }
-
     pid_t pid_ = -1;
     int output_ = -1;
     Outcome outcome_;

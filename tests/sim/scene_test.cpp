@@ -65,6 +65,8 @@ TEST(Scene, MistakesAreNamedWithTheirPlace) {
          "needs either level or snr"},
         {station(R"("kind": "carrier", "frequency": 7e6, "level": -5, "wpm": 20)"),
          "stations[0].wpm: unknown key"},
+        {station(R"("kind": "carrier", "frequency": 7e6, "level": -5, "every": 0.1, "length": 0.1)"),
+         "stations[0].length: must be shorter than every"},
         {station(R"("kind": "cw", "frequency": 7e6, "level": -5)"), "stations[0].text: missing"},
         {station(R"("kind": "cw", "frequency": 7e6, "level": -5, "text": "E", "wpm": 0)"),
          "stations[0].wpm: 0 is not"},

@@ -194,3 +194,22 @@ TEST(Stations, IqRecordingWiderThanTheReceiver) {
     EXPECT_LT(10.0 * std::log10(meanPower(far) + 1e-30), -90.0) << "no alias of what lies outside";
     std::filesystem::remove(path);
 }
+
+TEST(Stations, PulsesBeginAndEndOnTheSecond) {
+    constexpr int kRate = 48000;
+    const auto x = listen(sceneOf(R"({"kind": "carrier", "frequency": 14200000, "level": -20, "every": 0.5,
+                                      "length": 0.1})"),
+                          {.frequency = 14200000.0, .utcOfZero = 1000.25}, 1.0);
+    // Samples around each passage through half of the amplitude.
+    std::vector<double> edges;
+    for (std::size_t i = 1; i < x.size(); ++i)
+        if ((std::abs(x[i - 1]) < 0.05) != (std::abs(x[i]) < 0.05))
+            edges.push_back(static_cast<double>(i) / kRate);
+    ASSERT_EQ(edges.size(), 4u);
+    EXPECT_NEAR(edges[0], 0.25, 0.0002);
+    EXPECT_NEAR(edges[1], 0.35, 0.0002);
+    EXPECT_NEAR(edges[2], 0.75, 0.0002);
+    EXPECT_NEAR(edges[3], 0.85, 0.0002);
+    EXPECT_NEAR(std::abs(x[static_cast<std::size_t>(0.3 * kRate)]), 0.1, 0.001);
+    EXPECT_LT(std::abs(x[static_cast<std::size_t>(0.5 * kRate)]), 1e-4);
+}

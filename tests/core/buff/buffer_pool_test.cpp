@@ -2,6 +2,7 @@
 #include "core/buff/buff.hpp"
 #include "core/buff/buffer_pool.hpp"
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <cstring>
@@ -90,6 +91,54 @@ TEST(BufferPool, ReleaseWithAll32NodesGoneMakesANewNode) {
     }
     EXPECT_EQ(pool.nodeAllocations(14) - before, 68u);
     EXPECT_EQ(pool.rawAllocations(14), raw) << "repeating sizes are served without the heap";
+}
+
+// What a thread keeps for itself goes back when it ends.
+TEST(BufferPool, AThreadLeavesNoBlockBehind) {
+    auto& pool = bufferPool::instance();
+    constexpr int kAlive = 50;
+    const size_t bytes = 3000; // class 12
+    const auto use = [&] {
+        std::vector<buff<char>> held;
+        for (int i = 0; i < kAlive; ++i)
+            held.emplace_back(bytes);
+    };
+    std::thread(use).join();
+    const uint64_t raw = pool.rawAllocations(12);
+    for (int i = 0; i < 20; ++i)
+        std::thread(use).join();
+    EXPECT_EQ(pool.rawAllocations(12), raw);
+}
+
+// A thread that only releases and one that only allocates need no more blocks than are in use, but for the
+// magazines of the two.
+TEST(BufferPool, BlocksThatOneThreadAllocatesAndAnotherReleasesComeRound) {
+    auto& pool = bufferPool::instance();
+    constexpr size_t kRing = 16, kBytes = 1500; // class 11
+    const uint64_t before = pool.rawAllocations(11);
+    std::array<std::atomic<buff<int>*>, kRing> ring{};
+    std::atomic<int> wrong{0};
+    constexpr int kRounds = 50000;
+    std::thread releaser([&] {
+        for (int i = 0; i < kRounds; ++i) {
+            buff<int>* got;
+            while ((got = ring[static_cast<size_t>(i) % kRing].exchange(nullptr)) == nullptr)
+                std::this_thread::yield();
+            wrong += (*got)[0] != i || (*got)[kBytes / sizeof(int) - 1] != i;
+            delete got;
+        }
+    });
+    for (int i = 0; i < kRounds; ++i) {
+        auto* sent = new buff<int>(kBytes / sizeof(int));
+        (*sent)[0] = (*sent)[kBytes / sizeof(int) - 1] = i;
+        auto& slot = ring[static_cast<size_t>(i) % kRing];
+        while (slot.load() != nullptr)
+            std::this_thread::yield();
+        slot.store(sent);
+    }
+    releaser.join();
+    EXPECT_EQ(wrong, 0);
+    EXPECT_LE(pool.rawAllocations(11) - before, kRing + 2 + 2 * bufferPool::kMagazine);
 }
 
 TEST(BufferPool, PayloadStarts32BytesPastA64ByteBoundary) {

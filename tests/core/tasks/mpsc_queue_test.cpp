@@ -14,7 +14,7 @@ namespace {
 TEST(MpscQueue, HoldsOneLessThanItsLength) {
     mpscQueue<int, 5> queue;
     for (int i = 0; i < 4; ++i)
-        EXPECT_TRUE(queue.push(i));
+        EXPECT_TRUE(queue.push(int{i}));
     EXPECT_FALSE(queue.push(4));
     int value = -1;
     for (int i = 0; i < 4; ++i) {
@@ -34,7 +34,7 @@ TEST(MpscQueue, ThirtyTwoThreadsSucceedAndTheThirtyThirdIsRefused) {
     std::atomic<int> accepted{0};
     for (int i = 0; i < 32; ++i)
         threads.emplace_back([&, i] {
-            if (queue.push(i))
+            if (queue.push(int{i}))
                 ++accepted;
             ++ready;
             if (i < 16) // half of them end
@@ -78,7 +78,7 @@ TEST(MpscQueue, AlternatingProducersComeOutInTicketOrder) {
         for (int n = mine; n < 100; n += 2) {
             while (turn != n)
                 std::this_thread::yield();
-            queue.push(n);
+            queue.push(int{n});
             turn = n + 1;
         }
     };
@@ -119,8 +119,8 @@ TEST(MpscQueue, DestroysWhatWasNotTaken) {
     auto held = std::make_shared<int>(1);
     {
         mpscQueue<std::shared_ptr<int>, 9> queue;
-        queue.push(held);
-        queue.push(held);
+        queue.push(std::shared_ptr<int>(held));
+        queue.push(std::shared_ptr<int>(held));
         EXPECT_EQ(held.use_count(), 3);
     }
     EXPECT_EQ(held.use_count(), 1);

@@ -153,8 +153,9 @@ TEST(SyncTaskEnd, WhatWaitsIsDestroyedUnrunWithTheContext) {
     threadPool->stopWorkers();
     auto held = std::make_shared<int>(0);
     auto context = std::make_shared<syncTask>(threadPool);
-    context->queuePropertySet(seqTask("x", [held] { ++*held; }), nullptr);
-    context->queueSeq(seqTask("x", [held] { ++*held; }), nullptr);
+    if (context->pushPropertySet(seqTask("x", [held] { ++*held; })))
+        context->schedule(nullptr);
+    EXPECT_FALSE(context->pushSeq(seqTask("x", [held] { ++*held; }))) << "it is on the wake queue already";
     EXPECT_EQ(held.use_count(), 3);
     context.reset();
     EXPECT_EQ(held.use_count(), 1);

@@ -4,11 +4,13 @@
 #include "tests/radios/udp_peer.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstring>
 #include <regex>
 #include <set>
 #include <sys/resource.h>
+#include <thread>
 
 namespace ferrow {
 namespace {
@@ -238,6 +240,46 @@ TEST(DatagramSocket, MaxResults1DequeuesOneAtATime) {
         EXPECT_EQ(link.next(1), i);
         EXPECT_EQ(link.socket.lastBatch(), 1u);
     }
+}
+
+// Ten thousand packets a second: the thread wakes for several at a time, and gives them out one by one.
+TEST(DatagramSocket, ADenseStreamComesWholeAndInOrderAndInGathers) {
+    Connected link;
+    constexpr int kPackets = 6000;
+    std::atomic<bool> ended{false};
+    std::thread radio([&] {
+        auto next = Clock::now();
+        for (int i = 0; i < kPackets; ++i) {
+            std::vector<std::uint8_t> packet(1032);
+            packet[0] = static_cast<std::uint8_t>(i >> 8);
+            packet[1] = static_cast<std::uint8_t>(i);
+            link.fromRadio(packet);
+            next += std::chrono::microseconds(100);
+            std::this_thread::sleep_until(next);
+        }
+        ended = true;
+    });
+    int expected = 0, wrong = 0;
+    rusage before{}, after{};
+    getrusage(RUSAGE_THREAD, &before);
+    const auto begun = Clock::now();
+    while (expected < kPackets && (!ended || millisecondsSince(begun) < 30000)) {
+        const int slot = link.socket.receive(1);
+        if (slot < 0)
+            continue;
+        EXPECT_EQ(link.socket.lastBatch(), 1u);
+        const std::uint8_t* data = link.socket.rxData(slot);
+        wrong += (data[0] << 8 | data[1]) != expected;
+        ++expected;
+        link.socket.release(slot);
+    }
+    getrusage(RUSAGE_THREAD, &after);
+    radio.join();
+    EXPECT_EQ(expected, kPackets);
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(link.socket.outstandingPeakSlots(), 1);
+    // Two to three thousand sleeps a second would do; one a packet would be 6000.
+    EXPECT_LT(after.ru_nvcsw - before.ru_nvcsw, kPackets / 2);
 }
 
 TEST(DatagramSocket, MaxResultsBelow1CountsAs1) {
