@@ -42,53 +42,79 @@ public:
     static constexpr std::size_t kCount = ThunkCount<Args...>::value;
 
     // Throws Failure when all are taken.
-    static Pointer take(std::function<void(Args...)> function) {
-        const std::lock_guard lock(mutex);
-        for (std::size_t i = 0; i < kCount; ++i) {
-            if (!functions[i]) {
-                functions[i] = std::move(function);
-                return pointers[i];
-            }
-        }
-        throw Failure("too many objects: no callback is left");
-    }
-
+    static Pointer take(std::function<void(Args...)> function);
     // Null and pointers of other origin are ignored.
-    static void giveBack(Pointer pointer) {
-        std::function<void(Args...)> last; // destroyed after unlocking, since it may own much
-        const std::lock_guard lock(mutex);
-        for (std::size_t i = 0; i < kCount; ++i)
-            if (pointers[i] == pointer)
-                last.swap(functions[i]);
-    }
-
-    static std::size_t taken() {
-        const std::lock_guard lock(mutex);
-        std::size_t n = 0;
-        for (const auto& function : functions)
-            n += function ? 1 : 0;
-        return n;
-    }
+    static void giveBack(Pointer pointer);
+    static std::size_t taken();
 
 private:
-    // One for each place would be a lot of code.
-    [[gnu::noinline]] static void run(std::size_t index, Args... args) {
-        const auto function = functions[index]; // a copy: the call may give the slot back
-        function(args...);
-    }
+    static void run(std::size_t index, Args... args);
     template <std::size_t Index>
     static void call(Args... args) {
         run(Index, args...);
     }
-    template <std::size_t... Indices>
-    static constexpr std::array<Pointer, sizeof...(Indices)> makePointers(std::index_sequence<Indices...>) {
-        return {&Thunks::template call<Indices>...};
-    }
+    static Pointer pointerAt(std::size_t index);
 
-    static inline std::array<std::function<void(Args...)>, kCount> functions;
-    static inline std::mutex mutex;
-    static constexpr std::array<Pointer, kCount> pointers =
-        makePointers(std::make_index_sequence<kCount>());
+    static std::array<std::function<void(Args...)>, kCount> functions;
+    static std::mutex mutex;
 };
+
+template <typename... Args>
+std::array<std::function<void(Args...)>, Thunks<Args...>::kCount> Thunks<Args...>::functions;
+template <typename... Args>
+std::mutex Thunks<Args...>::mutex;
+
+template <typename... Args>
+typename Thunks<Args...>::Pointer Thunks<Args...>::take(std::function<void(Args...)> function) {
+    const std::lock_guard lock(mutex);
+    for (std::size_t i = 0; i < kCount; ++i) {
+        if (!functions[i]) {
+            functions[i] = std::move(function);
+            return pointerAt(i);
+        }
+    }
+    throw Failure("too many objects: no callback is left");
+}
+
+template <typename... Args>
+void Thunks<Args...>::giveBack(Pointer pointer) {
+    std::function<void(Args...)> last; // destroyed after unlocking, since it may own much
+    const std::lock_guard lock(mutex);
+    for (std::size_t i = 0; i < kCount; ++i)
+        if (pointerAt(i) == pointer)
+            last.swap(functions[i]);
+}
+
+template <typename... Args>
+std::size_t Thunks<Args...>::taken() {
+    const std::lock_guard lock(mutex);
+    std::size_t n = 0;
+    for (const auto& function : functions)
+        n += function ? 1 : 0;
+    return n;
+}
+
+template <typename... Args>
+void Thunks<Args...>::run(std::size_t index, Args... args) {
+    const auto function = functions[index]; // a copy: the call may give the slot back
+    function(args...);
+}
+
+template <typename... Args>
+typename Thunks<Args...>::Pointer Thunks<Args...>::pointerAt(std::size_t index) {
+    static constexpr auto pointers = []<std::size_t... Indices>(std::index_sequence<Indices...>) {
+        return std::array<Pointer, kCount>{&Thunks::template call<Indices>...};
+    }
+    (std::make_index_sequence<kCount>());
+    return pointers[index];
+}
+
+// The large sets are compiled once, in thunk.cpp: thousands of functions in each source would take minutes.
+extern template class Thunks<int>;
+extern template class Thunks<const char*>;
+extern template class Thunks<>;
+extern template class Thunks<void*>;
+extern template class Thunks<double>;
+extern template class Thunks<bool>;
 
 } // namespace ferrow

@@ -1,9 +1,11 @@
 """Measures the noise reduction as it is compiled in on voices that the training never heard:
 
-    evaluate.py VOICES [--scenes N] [--table FILE] [--mix PERCENT] [--picture FILE.png --wavs FOLDER]
+    evaluate.py VOICES [--scenes N] [--table FILE] [--mix PERCENT] [--kinds K,K...] [--checkpoint FILE | --bound]
+    evaluate.py VOICES [--picture FILE.png] [--wavs FOLDER]
 
 Noise comes from other random numbers than the training's, splatter from voices that it never heard either. The scenes go through
-the receiver's gain control as they would on the air.
+the receiver's gain control as they would on the air. With --checkpoint a training's network is measured, on voices of the training
+and other noise, for choices on the way; with --bound the best gains that there are (bound.py), on the held-out voices again.
 """
 import argparse
 import os
@@ -42,10 +44,30 @@ def measure(wanted, got):
     return measures.segmental_snr(wanted, got), measures.stoi(wanted, got), measures.log_spectral_distance(wanted, got)
 
 
-def results(library, voices, scenes, percent, seed=1001):
-    """(kind, snr) to an array: untouched, baseline, reduced by segmental SNR, STOI, distance."""
+def with_gains(library, find, heard, wanted, percent):
+    """Reduced with the gains that `find` returns for what the library finds of the two."""
+    longer = [np.concatenate((x, np.zeros(scene.FRAME))) for x in (heard, wanted)]
+    return library.with_gains(longer[0], find(library.features(*longer)), percent)[scene.FRAME:]
+
+
+def network_of(checkpoint):
+    """A function from what the library finds to the rounded network's gains."""
+    import torch
+    import model
+    network = model.Network()
+    network.load_state_dict(torch.load(checkpoint)["network"])
+
+    def find(features):
+        with torch.no_grad(), model.RoundedWeights(network):
+            gains, _ = network(torch.from_numpy(features[0])[None].expand(4, -1, -1))
+            return torch.sigmoid(gains[0]).numpy()
+    return find
+
+
+def results(library, voices, scenes, percent, kinds=KINDS, find=None, seed=1001):
+    """(kind, snr) to an array: untouched, baseline, reduced by segmental SNR, STOI, distance. `find` replaces the network."""
     out = {}
-    for kind in KINDS:
+    for kind in kinds:
         for snr in (0, 5, 10):
             rows = []
             for i in range(scenes):
@@ -53,7 +75,7 @@ def results(library, voices, scenes, percent, seed=1001):
                 name = sorted(voices)[i % len(voices)]
                 others = {n: v for n, v in voices.items() if n != name}
                 heard, wanted = make(rng, {name: voices[name]}, others, kind, snr)
-                got = reduced(library, heard, percent)
+                got = with_gains(library, find, heard, wanted, percent) if find else reduced(library, heard, percent)
                 wanted_low, heard_low, got_low = down(wanted), down(heard), down(got)
                 rows.append([measure(wanted_low, heard_low), measure(wanted_low, measures.spectral_subtraction(heard_low)),
                              measure(wanted_low, got_low)])
@@ -105,9 +127,12 @@ def main():
     parser.add_argument("--table")
     parser.add_argument("--picture")
     parser.add_argument("--wavs")
+    parser.add_argument("--kinds", default=",".join(KINDS))
+    parser.add_argument("--checkpoint")
+    parser.add_argument("--bound", action="store_true")
     options = parser.parse_args()
     library = scene.Library()
-    voices = speech.load(options.voices, {"check", "language"})
+    voices = speech.load(options.voices, {"train"} if options.checkpoint else {"check", "language"})
     if options.picture or options.wavs:
         rng = np.random.default_rng(77)
         size = scene.SIZE * 2
@@ -122,7 +147,15 @@ def main():
             write_wav(os.path.join(options.wavs, "noise-reduction-before.wav"), heard)
             write_wav(os.path.join(options.wavs, "noise-reduction-after.wav"), got)
         return
-    found = results(library, voices, options.scenes, options.mix)
+    find, seed = None, 1001
+    if options.checkpoint:
+        find, seed = network_of(options.checkpoint), 2001
+        order = np.random.default_rng(seed).permutation(sorted(voices))
+        voices = {name: voices[name] for name in order[:options.scenes]}
+    elif options.bound:
+        import bound
+        find = bound.best_gains
+    found = results(library, voices, options.scenes, options.mix, options.kinds.split(","), find, seed)
     if options.table:
         with open(options.table, "w") as file:
             file.write(table(found) + "\n")

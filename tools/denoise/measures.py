@@ -69,14 +69,11 @@ def stoi(wanted, got):
     bands = np.array([(frequency >= c * 2 ** (-1 / 6)) & (frequency < c * 2 ** (1 / 6)) for c in centres
                       if c >= LOW * 0.99 and c <= HIGH])
     x, y = (np.sqrt(j @ bands.T.astype(float)) for j in joined)  # frames by bands
-    correlations = []
-    for end in range(length, len(x) + 1):
-        s, p = x[end - length:end], y[end - length:end]
-        p = p * np.linalg.norm(s, axis=0) / (np.linalg.norm(p, axis=0) + 1e-12)
-        p = np.minimum(p, s * (1 + 10 ** (15 / 20)))
-        s, p = s - np.mean(s, axis=0), p - np.mean(p, axis=0)
-        correlations.append(np.sum(s * p, axis=0) / (np.linalg.norm(s, axis=0) * np.linalg.norm(p, axis=0) + 1e-12))
-    return float(np.mean(correlations))
+    s, p = (np.lib.stride_tricks.sliding_window_view(part, length, 0) for part in (x, y))  # pieces by bands by frames
+    p = p * (np.linalg.norm(s, axis=2) / (np.linalg.norm(p, axis=2) + 1e-12))[..., None]
+    p = np.minimum(p, s * (1 + 10 ** (15 / 20)))
+    s, p = (part - np.mean(part, axis=2, keepdims=True) for part in (s, p))
+    return float(np.mean(np.sum(s * p, axis=2) / (np.linalg.norm(s, axis=2) * np.linalg.norm(p, axis=2) + 1e-12)))
 
 
 def spectral_subtraction(samples):

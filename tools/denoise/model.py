@@ -1,7 +1,10 @@
-"""The network in PyTorch, its loss, and its way to the weight tables."""
+"""The network in PyTorch, and its way to the weight tables and back."""
+import ctypes
+
 import torch
 from torch import nn
 
+import scene
 import weights
 
 
@@ -16,6 +19,37 @@ class Rounded(torch.autograd.Function):
     @staticmethod
     def backward(context, gradient):
         return gradient
+
+
+class Recurrence(torch.autograd.Function):
+    """A GRU's way through time, by recurrence.cpp: from the inputs' part of the gates (frames, batch, 3 states), in PyTorch's order,
+    and the recurrent table to the states (frames, batch, states)."""
+
+    library = None
+
+    @classmethod
+    def call(cls, name, gates, size, *tensors):
+        if cls.library is None:
+            cls.library = scene.Library().library
+        sizes = (*gates.shape[:2], size)
+        getattr(cls.library, name)(*sizes, *[ctypes.c_void_p(tensor.data_ptr()) for tensor in tensors])
+
+    @classmethod
+    def forward(cls, context, gates, table):
+        frames, batch, size = gates.shape[0], gates.shape[1], table.shape[1]
+        states = gates.new_zeros(frames + 1, batch, size)
+        known, recalled = torch.empty_like(gates), gates.new_empty(frames, batch, size)
+        cls.call("recurrenceForward", gates, size, gates.contiguous(), table.T.contiguous(), states, known, recalled)
+        context.save_for_backward(table, states, known, recalled)
+        return states[1:]
+
+    @classmethod
+    def backward(cls, context, gradient):
+        table, states, known, recalled = context.saved_tensors
+        inner, outer = torch.empty_like(known), torch.empty_like(known)  # of the recurrent product, of the inputs' gates
+        size = table.shape[1]
+        cls.call("recurrenceBackward", known, size, gradient.contiguous(), table.contiguous(), states, known, recalled, outer, inner)
+        return outer, inner.view(-1, 3 * size).T @ states[:-1].reshape(-1, size)
 
 
 class Network(nn.Module):
@@ -35,14 +69,18 @@ class Network(nn.Module):
                 layer = nn.Linear(inputs, columns)
             setattr(self, name, layer)
 
-    def forward(self, features, states=None):
+    def forward(self, features):
         """Features (batch, frames, 42) to gains (batch, frames, 22), voice (batch, frames), both before their sigmoids."""
-        states = states or [None] * 3
+        features = features.transpose(0, 1).contiguous()
         dense = torch.tanh(self.input_dense(features))
-        vad, s0 = self.vad_gru(dense, states[0])
-        noise, s1 = self.noise_gru(torch.cat((dense, vad, features), 2), states[1])
-        denoise, s2 = self.denoise_gru(torch.cat((vad, noise, features), 2), states[2])
-        return self.denoise_output(denoise), self.vad_output(vad)[..., 0], [s0, s1, s2]
+        vad = self.through(self.vad_gru, dense)
+        noise = self.through(self.noise_gru, torch.cat((dense, vad, features), 2))
+        denoise = self.through(self.denoise_gru, torch.cat((vad, noise, features), 2))
+        return self.denoise_output(denoise).transpose(0, 1), self.vad_output(vad)[..., 0].T
+
+    @staticmethod
+    def through(layer, x):
+        return Recurrence.apply(nn.functional.linear(x, layer.weight_ih_l0, layer.bias_ih_l0), layer.weight_hh_l0)
 
     def tables(self):
         """Trainable tables; all of them are rounded for the library."""
@@ -61,6 +99,19 @@ class Network(nn.Module):
                 out[name] = {"input": pick(layer.weight), "bias": pick(layer.bias)}
         return out
 
+    def take(self, layers):
+        """The opposite of layers()."""
+        with torch.no_grad():
+            for name, _, _, _, state in weights.LAYERS:
+                layer, given = getattr(self, name), {part: torch.from_numpy(t.T.copy()) for part, t in layers[name].items()}
+                if state:
+                    layer.weight_ih_l0.copy_(given["input"])
+                    layer.weight_hh_l0.copy_(given["recurrent"])
+                    layer.bias_ih_l0.copy_(given["bias"])
+                else:
+                    layer.weight.copy_(given["input"])
+                    layer.bias.copy_(given["bias"])
+
 
 class RoundedWeights:
     """While it lasts the network computes with rounded tables; afterwards it has its own back."""
@@ -76,40 +127,3 @@ class RoundedWeights:
     def __exit__(self, *_):
         for table, kept in zip(self.tables, self.kept):
             table.data = kept
-
-
-def likeness(wanted, got, speech, length=36, step=9):
-    """Mean correlation of the two amplitudes' courses over 384 ms in the bands from 190 to 2800 Hz, where someone speaks at least
-    for a third of that time: what intelligibility measures look at."""
-    s, g = (x[:, :, 1:13].unfold(1, length, step) for x in (wanted, got))
-    s, g = (x - x.mean(3, keepdim=True) for x in (s, g))
-    both = (s * g).sum(3) / torch.sqrt((s ** 2).sum(3) * (g ** 2).sum(3) + 1e-3)
-    spoken = (speech.unfold(1, length, step).mean(2) > 0.33).float()[..., None]
-    return (both * spoken).sum() / (spoken.sum() * both.shape[2] + 1)
-
-
-def loss(gain_logits, voice_logits, batch):
-    """What is wrong with the gains: four parts.
-
-    - the square roots of gains against those of the wanted amplitude ratio, in bands with any sound;
-    - while someone speaks, the logarithm of the error's energy over the wanted energy, the segmental SNR;
-    - the likeness of the bands' envelopes;
-    - the voice probability.
-    """
-    noisy, wanted, cross = batch["noisy"], batch["wanted"], batch["cross"]
-    present = noisy / (noisy + 0.01) * (1 - batch["silent"])[..., None]
-    gain = torch.sigmoid(gain_logits)
-    ratio = wanted / (noisy + 1e-6)
-    ideal = 0.5 * (torch.sqrt(ratio.clamp(0, 1)) + (cross / (noisy + 1e-6)).clamp(0, 1))
-    root = (torch.sqrt(gain + 1e-6) - torch.sqrt(ideal + 1e-6)) ** 2
-    amplitude = (root * present).sum(2) / (present.sum(2) + 1e-3)
-    energy = wanted.sum(2)
-    peak = torch.quantile(energy, 0.95, dim=1, keepdim=True)
-    speech = ((energy > 3e-3 * peak) & (peak > 1)).float()
-    error = (wanted - 2 * gain * cross + gain ** 2 * noisy).sum(2).clamp_min(0)
-    segmental = torch.log10(error / (energy + 1e-3) + 1e-3) * speech
-    envelopes = likeness(torch.sqrt(wanted), gain * torch.sqrt(noisy + 1e-9), speech)
-    known = ((energy > 3e-3 * peak) | (energy < 1e-5 * peak) | (peak <= 1)).float() * (1 - batch["silent"])
-    voice = nn.functional.binary_cross_entropy_with_logits(voice_logits, speech, reduction="none") * known
-    return (2 * amplitude.mean(), 0.4 * segmental.sum() / (speech.sum() + 1), 1.5 * (1 - envelopes),
-            0.05 * voice.mean())

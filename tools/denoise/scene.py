@@ -11,9 +11,11 @@ import sounds
 RATE = 48000
 UP = RATE // sounds.RATE
 FRAME = 512
+BINS = 80  # of the spectra that the training sees: up to 3.75 kHz
 FRAMES = 480  # of a scene: 5.12 s
 SIZE = FRAMES * FRAME // UP
 SCALE = 32000.0
+HARD = {"crashes", "carriers", "morse"}  # twice as often in the training as the rest
 
 
 def upsample(samples):
@@ -89,14 +91,16 @@ def level(heard, wanted, attack, decay, hang, start):
     """Through the gain control and to the range of 16-bit integers."""
     heard, wanted = upsample(heard), upsample(wanted)
     gains = gain_control(heard, attack, decay, hang, start)
-    return np.clip(heard * gains, -1, 1) * SCALE, wanted * gains * SCALE
+    return np.clip(heard * gains, -1, 1) * SCALE, np.clip(wanted * gains, -1, 1) * SCALE
 
 
 def random_scene(rng, voices):
     """One for the training: everything at random."""
     voice = np.zeros(SIZE) if rng.random() < 0.04 else voice_line(rng, voices, SIZE)
     voice = voice * 10 ** rng.uniform(-1, 0)
-    kinds = rng.choice(sorted(sounds.KINDS), rng.choice([1, 2, 3], p=[0.6, 0.3, 0.1]), replace=False)
+    names = sorted(sounds.KINDS)
+    shares = np.array([2.0 if name in HARD else 1.0 for name in names])
+    kinds = rng.choice(names, rng.choice([1, 2, 3], p=[0.7, 0.2, 0.1]), replace=False, p=shares / shares.sum())
     noise = np.zeros(SIZE)
     for kind in kinds:
         one = sounds.KINDS[kind](rng, SIZE, voices)
@@ -105,7 +109,7 @@ def random_scene(rng, voices):
         noise *= 10 ** rng.uniform(-3, -0.5)
     high = rng.uniform(2200, 3300) if rng.random() < 0.8 else rng.uniform(3300, 5500)
     heard, wanted = mix(rng, voice, noise, rng.uniform(-5, 20) if rng.random() < 0.95 else 45.0, rng.uniform(80, 400),
-                        high, faded=rng.random() < 0.5)
+                        high, faded=rng.random() < 0.35)
     if rng.random() < 0.2:  # a gain by hand
         gain = 10 ** rng.uniform(-1.7, 0) / (np.max(np.abs(heard)) + 1e-9)
         return (np.clip(upsample(heard) * gain, -1, 1) * SCALE), upsample(wanted) * gain * SCALE
@@ -122,13 +126,16 @@ class Library:
         self.library = ctypes.CDLL(path)
 
     def features(self, heard, wanted):
+        """By frames: features, noisy and wanted energies and their correlation, silence, and spectra by (noisy, pitch-delayed,
+        wanted), bin, (real, imaginary)."""
         frames = len(heard) // FRAME
         heard, wanted = (np.ascontiguousarray(x, np.float32) for x in (heard, wanted))
         out = [np.zeros((frames, n), np.float32) for n in (42, 22, 22, 22)]
         silent = np.zeros(frames, np.uint8)
-        pointers = [ctypes.c_void_p(array.ctypes.data) for array in (heard, wanted)]
-        self.library.denoiseFeatures(*pointers, frames, *[ctypes.c_void_p(array.ctypes.data) for array in out + [silent]])
-        return (*out, silent)
+        spectra = np.zeros((frames, 3, BINS, 2), np.float32)
+        pointers = [ctypes.c_void_p(array.ctypes.data) for array in [heard, wanted] + out + [silent, spectra]]
+        self.library.denoiseFeatures(*pointers[:2], frames, *pointers[2:])
+        return (*out, silent, spectra)
 
     def process(self, heard, percent):
         """What comes out, still one frame late, and the voice probabilities."""
@@ -138,3 +145,12 @@ class Library:
         self.library.denoiseProcess(ctypes.c_void_p(heard.ctypes.data), frames, ctypes.c_float(percent),
                                     ctypes.c_void_p(out.ctypes.data), ctypes.c_void_p(voice.ctypes.data))
         return out, voice
+
+    def with_gains(self, heard, gains, percent=100):
+        """The same with 22 gains for each frame."""
+        frames = len(heard) // FRAME
+        heard, gains = (np.ascontiguousarray(x, np.float32) for x in (heard, gains))
+        out = np.zeros(frames * FRAME, np.float32)
+        pointers = [ctypes.c_void_p(array.ctypes.data) for array in (heard, gains, out)]
+        self.library.denoiseGains(pointers[0], frames, ctypes.c_float(percent), *pointers[1:])
+        return out

@@ -3,9 +3,12 @@
 A layer is a dict of float arrays: input (inputs x columns), recurrent (state x columns, GRUs only), bias (columns). Columns of
 a GRU are all neurons' reset gates, then update gates, then candidates. Needs numpy only.
 """
+import os
 import re
 
 import numpy as np
+
+SOURCE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../trx/denoise/weights.cpp")
 
 # name, C++ name, inputs, columns, neurons of the state (0: dense)
 LAYERS = [
@@ -85,3 +88,9 @@ def read_source(path):
             layer["recurrent"] = tables[symbol + "Recurrent"].reshape(state, columns) * steps[1]
         model[name] = {part: table.astype(np.float32) for part, table in layer.items()}
     return model
+
+
+def read_steps(path):
+    """How many steps of training weights.cpp says that it had."""
+    with open(path) as file:
+        return int(re.search(r"(\d+) steps of training", file.read())[1])

@@ -208,6 +208,22 @@ void analyse(DenoiseState& state, const float* in, Analysis& analysis) {
         fillFeatures(state, analysis);
 }
 
+void applyGains(DenoiseState& state, Analysis& analysis, Bands gains, float mix, float* out) {
+    if (!analysis.silent) {
+        const float m = mixFactor(mix);
+        for (float& gain : gains)
+            gain = m * gain + (1 - m);
+        pitchFilter(analysis, gains);
+        for (std::size_t b = 0; b < NB_BANDS; ++b)
+            state.lastg[b] = gains[b] = std::max(gains[b], kDecay * state.lastg[b]);
+        std::array<float, FREQ_SIZE> bins;
+        interpolateBands(gains, bins);
+        for (std::size_t k = 0; k < FREQ_SIZE; ++k)
+            analysis.x[k] *= bins[k];
+    }
+    synthesise(state, analysis.x, out);
+}
+
 } // namespace denoise
 
 float rnnoise_process_frame(DenoiseState* st, float* out, const float* in, float mix) {
@@ -215,22 +231,12 @@ float rnnoise_process_frame(DenoiseState* st, float* out, const float* in, float
     Analysis analysis;
     analyse(*st, in, analysis);
     float voice = 0;
+    Bands gains{};
     if (!analysis.silent) {
-        Bands gains;
         voice = runNetwork(st->rnn, analysis.features, gains);
         ++st->framesThroughNetwork;
-        const float m = mixFactor(mix);
-        for (float& gain : gains)
-            gain = m * gain + (1 - m);
-        pitchFilter(analysis, gains);
-        for (std::size_t b = 0; b < NB_BANDS; ++b)
-            st->lastg[b] = gains[b] = std::max(gains[b], kDecay * st->lastg[b]);
-        std::array<float, FREQ_SIZE> bins;
-        interpolateBands(gains, bins);
-        for (std::size_t k = 0; k < FREQ_SIZE; ++k)
-            analysis.x[k] *= bins[k];
     }
-    synthesise(*st, analysis.x, out);
+    applyGains(*st, analysis, gains, mix, out);
     return voice;
 }
 

@@ -54,6 +54,9 @@ struct Analysis {
 // The first half of rnnoise_process_frame: the high-pass and all that the network is given.
 void analyse(DenoiseState& state, const float* in, Analysis& analysis);
 
+// The second half: the network's gains, of which a silent frame needs none, to the sound of the frame before.
+void applyGains(DenoiseState& state, Analysis& analysis, Bands gains, float mix, float* out);
+
 } // namespace denoise
 
 } // namespace ferrow

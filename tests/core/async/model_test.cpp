@@ -186,10 +186,16 @@ private:
     std::atomic<int> posted_{0};
 };
 
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+constexpr unsigned kSeeds = 15;
+#else
+constexpr unsigned kSeeds = 60;
+#endif
+
 TEST(Model, RandomProgramsKeepTheRuntimesPromises) {
     const test::Runtime runtime;
     const char* const asked = std::getenv("FERROW_MODEL_SEEDS");
-    const unsigned seeds = asked != nullptr ? static_cast<unsigned>(std::atoi(asked)) : 60;
+    const unsigned seeds = asked != nullptr ? static_cast<unsigned>(std::atoi(asked)) : kSeeds;
     for (unsigned seed = 1; seed <= seeds && !::testing::Test::HasFailure(); ++seed)
         Program(runtime, seed).run();
 }
