@@ -16,13 +16,23 @@ namespace ferrow {
 
 inline constexpr std::size_t kCacheLine = 64;
 
-// A number of this thread that no other thread of the process ever has; never 0.
-std::uint32_t currentThreadId() noexcept;
+std::uint32_t newThreadId() noexcept;
+// In the static block of the process: the library has a few words there only.
+[[gnu::tls_model("initial-exec")]] inline constinit thread_local std::uint32_t threadId = 0;
 
-// Elements come out in the order of their tickets whenever all of them are visible at the heads of their
-// rings; a ticket taken but not yet stored can be overtaken by a later one of another thread. Each of the
-// first 32 threads that push gets a ring of N-1 usable places and keeps it for ever; every later thread is
-// refused. A ring is allocated when its thread first pushes; no push or take allocates after that.
+// A number of this thread that no other thread of the process ever has; never 0.
+inline std::uint32_t currentThreadId() noexcept {
+    if (threadId == 0)
+        threadId = newThreadId();
+    return threadId;
+}
+
+// The elements of one thread come out in their order. Those of several come out in the order of their tickets
+// whenever all of them are visible at the heads of their rings; a ticket taken but not yet stored can be
+// overtaken by later ones of other threads, and, once stored, for as long as the ticket that follows on the
+// last one taken lies in an older ring. Each of the first 32 threads that push gets a ring of N-1 usable
+// places and keeps it for ever; every later thread is refused. A ring is allocated when its thread first
+// pushes; no push or take allocates after that.
 template <class T, std::size_t N>
 class mpscQueue {
 public:
@@ -45,8 +55,11 @@ public:
             return false;
         const std::size_t write = ring->write.load(std::memory_order_relaxed);
         const std::size_t next = write + 1 == N ? 0 : write + 1;
-        if (next == ring->read.load(std::memory_order_acquire))
-            return false;
+        if (next == ring->readSeen) {
+            ring->readSeen = ring->read.load(std::memory_order_acquire);
+            if (next == ring->readSeen)
+                return false;
+        }
         ring->slots[write].ticket = ticket;
         ::new (ring->slots[write].storage) T(std::move(element));
         ring->write.store(next, std::memory_order_release);
@@ -63,8 +76,11 @@ public:
             if (ring == nullptr)
                 continue;
             const std::size_t read = ring->read.load(std::memory_order_relaxed);
-            if (read == ring->write.load(std::memory_order_acquire))
-                continue;
+            if (read == ring->writeSeen) {
+                ring->writeSeen = ring->write.load(std::memory_order_acquire);
+                if (read == ring->writeSeen)
+                    continue;
+            }
             const std::uint32_t ticket = ring->slots[read].ticket;
             if (ticket == nextTicket_) {
                 takeFrom(*ring, element);
@@ -79,6 +95,17 @@ public:
             return false;
         takeFrom(*best, element);
         return true;
+    }
+
+    // Whether take() has seen another element than the one that it took last. The consumer's thread; touches
+    // nothing that producers write.
+    bool seenWaiting() const noexcept {
+        for (std::size_t i = 0, count = ringsMade(); i < count; ++i) {
+            const Ring* ring = rings_[i].load(std::memory_order_acquire);
+            if (ring != nullptr && ring->read.load(std::memory_order_relaxed) != ring->writeSeen)
+                return true;
+        }
+        return false;
     }
 
     // Whether any ring holds an element. Any thread; a hint unless the caller is the consumer.
@@ -101,11 +128,15 @@ private:
         T& element() noexcept { return *std::launder(reinterpret_cast<T*>(storage)); }
     };
 
+    // Each side looks at the other's index only when its copy of it says full, or empty: with both at work
+    // the lines of the indices would travel between the processors for every element.
     struct Ring {
         std::atomic<std::size_t> write{0};
+        std::size_t readSeen = 0; // the producer's
         alignas(kCacheLine) std::atomic<std::size_t> read{0};
+        std::size_t writeSeen = 0; // the consumer's
         // Uninitialised on purpose: pages that no element ever touched stay uncommitted.
-        std::unique_ptr<Slot[]> slots{new Slot[N]};
+        alignas(kCacheLine) const std::unique_ptr<Slot[]> slots{new Slot[N]};
 
         Ring() = default;
         Ring(const Ring&) = delete;
@@ -148,11 +179,11 @@ private:
         ring.read.store(read + 1 == N ? 0 : read + 1, std::memory_order_release);
     }
 
-    std::array<std::atomic<std::uint32_t>, kRings> threadIds_{};
+    alignas(kCacheLine) std::array<std::atomic<std::uint32_t>, kRings> threadIds_{};
     std::array<std::atomic<Ring*>, kRings> rings_{};
-    std::atomic<std::uint32_t> ticketCounter_{1};
     std::atomic<std::int32_t> ringCount_{0};
-    std::uint32_t nextTicket_ = 0;
+    alignas(kCacheLine) std::atomic<std::uint32_t> ticketCounter_{1};
+    alignas(kCacheLine) std::uint32_t nextTicket_ = 0; // the consumer's
 };
 
 } // namespace ferrow

@@ -2,6 +2,7 @@
 
 #include "core/tasks/crash_note.hpp"
 #include "core/tasks/log.hpp"
+#include "core/tasks/realtime.hpp"
 #include "core/tasks/sync_task.hpp"
 #include "core/tasks/thread_pool.hpp"
 
@@ -42,6 +43,7 @@ void initRuntime(const char* path, int mode, void (*onWorkerStart)()) {
     setDumpFile(std::string(path) + ".dump.txt");
     openLog(path);
     setLogLevel(mode == 1 ? LogLevel::Info : LogLevel::Err);
+    holdCpuLatency();
     threadPool = new sothreadpool(onWorkerStart);
     rootSyncTask = std::make_shared<syncTask>(threadPool);
     static const WorkersAtExit workersAtExit;

@@ -3,6 +3,7 @@
 
 #include <concepts>
 #include <cstddef>
+#include <cstring>
 #include <functional>
 #include <new>
 #include <type_traits>
@@ -35,7 +36,7 @@ public:
 
     // Moving leaves the source empty.
     seqTask(seqTask&& other) noexcept : operations_(other.operations_), label_(other.label_) {
-        operations_->move(other.storage_, storage_);
+        moveFrom(other);
         other.reset();
     }
 
@@ -43,7 +44,7 @@ public:
         if (this == &other)
             return *this;
         reset();
-        other.operations_->move(other.storage_, storage_);
+        moveFrom(other);
         operations_ = other.operations_;
         label_ = other.label_;
         other.reset();
@@ -63,7 +64,19 @@ private:
         void (*copy)(const void* from, void* to);
         void (*move)(void* from, void* to) noexcept;
         void (*destroy)(void*) noexcept;
+        std::size_t plain; // plain bytes to move, dropped without a call; 0: by calls
     };
+
+    // Few enough to be moved without a call. The first step shares a cache line with the rest of the task in
+    // a slot of a queue.
+    static constexpr std::size_t kStep = 16, kFew = 3 * kStep;
+
+    template <class Closure>
+    static consteval std::size_t plainBytes() {
+        if (sizeof(Closure) > kFew || !std::is_trivially_copyable_v<Closure>)
+            return 0;
+        return (sizeof(Closure) + kStep - 1) / kStep * kStep;
+    }
 
     template <class Closure>
     static constexpr Operations kOperations{
@@ -74,16 +87,30 @@ private:
         [](void* from, void* to) noexcept {
             ::new (to) Closure(std::move(*std::launder(static_cast<Closure*>(from))));
         },
-        [](void* at) noexcept { std::launder(static_cast<Closure*>(at))->~Closure(); }};
+        [](void* at) noexcept { std::launder(static_cast<Closure*>(at))->~Closure(); },
+        plainBytes<Closure>()};
 
     static constexpr Operations kEmpty{[](void*) { throw std::bad_function_call(); },
                                        [](const void*, void*) {}, [](void*, void*) noexcept {},
-                                       [](void*) noexcept {}};
+                                       [](void*) noexcept {}, 0};
+
+    void moveFrom(seqTask& other) noexcept {
+        switch (other.operations_->plain) {
+        case 0:
+            return other.operations_->move(other.storage_, storage_);
+        case kStep:
+            std::memcpy(storage_, other.storage_, kStep);
+            return;
+        default:
+            std::memcpy(storage_, other.storage_, kFew);
+        }
+    }
 
     void reset() noexcept {
         if (operations_ == &kEmpty)
             return;
-        operations_->destroy(storage_);
+        if (operations_->plain == 0)
+            operations_->destroy(storage_);
         operations_ = &kEmpty;
         label_ = "";
     }

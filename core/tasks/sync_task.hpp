@@ -57,7 +57,7 @@ private:
     alignas(kCacheLine) std::atomic<std::uint64_t> propertyRead_{0};
     std::array<PropertySlot, kPropertyRing> propertyRing_;
     sothreadpool* pool_;
-    std::atomic<std::uint32_t> scheduled_{0};
+    alignas(kCacheLine) std::atomic<std::uint32_t> scheduled_{0};
     mpscQueue<seqTask, kSeqRing> seqQueue_;
 };
 

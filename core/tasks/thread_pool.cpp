@@ -52,16 +52,13 @@ struct OwnProducer {
     moodycamel::ProducerToken token;
 };
 
-constinit thread_local const OwnProducer* ownProducer = nullptr;
-constinit thread_local std::uint32_t threadId = 0;
+[[gnu::tls_model("initial-exec")]] constinit thread_local const OwnProducer* ownProducer = nullptr;
 
 } // namespace
 
-std::uint32_t currentThreadId() noexcept {
+std::uint32_t newThreadId() noexcept {
     static std::atomic<std::uint32_t> last{0};
-    if (threadId == 0)
-        threadId = last.fetch_add(1, std::memory_order_relaxed) + 1;
-    return threadId;
+    return last.fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
 sothreadpool::sothreadpool(void (*onWorkerStart)(), unsigned workers)

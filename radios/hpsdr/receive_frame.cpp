@@ -47,28 +47,44 @@ void decodeIq_ref(const std::uint8_t* at, std::size_t stride, std::size_t count,
 
 namespace {
 
+__m128i sixteen(const std::uint8_t* at) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+}
+
 __m128i twoPairs(const std::uint8_t* at, std::size_t stride) {
     return _mm_unpacklo_epi64(_mm_loadu_si64(at), _mm_loadu_si64(at + stride));
+}
+
+// Four pairs, two in each half: side by side where they lie so, else 8 bytes for each.
+__m256i fourPairs(const std::uint8_t* at, std::size_t stride) {
+    if (stride == 6)
+        return _mm256_set_m128i(sixteen(at + 12), sixteen(at));
+    if (stride == 8)
+        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
+    return _mm256_set_m128i(twoPairs(at + 2 * stride, stride), twoPairs(at, stride));
+}
+
+// Puts each value byte-reversed into the top of a 32-bit lane; the second pair begins at `second`.
+__m256i byteOrder(char second, bool swapped) {
+    constexpr char z = -1;
+    const auto s = [second](int byte) { return static_cast<char>(second + byte); };
+    const __m128i half =
+        swapped ? _mm_setr_epi8(z, 5, 4, 3, z, 2, 1, 0, z, s(5), s(4), s(3), z, s(2), s(1), s(0))
+                : _mm_setr_epi8(z, 2, 1, 0, z, 5, 4, 3, z, s(2), s(1), s(0), z, s(5), s(4), s(3));
+    return _mm256_set_m128i(half, half);
 }
 
 } // namespace
 
 void decodeIq(const std::uint8_t* at, std::size_t stride, std::size_t count, float scale, bool swapped,
               std::complex<float>* out) {
-    // Eight bytes hold one I/Q pair: each value goes byte-reversed into the top of a 32-bit lane.
-    constexpr char z = -1;
-    const __m256i straight = _mm256_setr_epi8(z, 2, 1, 0, z, 5, 4, 3, z, 10, 9, 8, z, 13, 12, 11, //
-                                              z, 2, 1, 0, z, 5, 4, 3, z, 10, 9, 8, z, 13, 12, 11);
-    const __m256i crossed = _mm256_setr_epi8(z, 5, 4, 3, z, 2, 1, 0, z, 13, 12, 11, z, 10, 9, 8, //
-                                             z, 5, 4, 3, z, 2, 1, 0, z, 13, 12, 11, z, 10, 9, 8);
-    const __m256i order = swapped ? crossed : straight;
+    const __m256i order = byteOrder(stride == 6 ? 6 : 8, swapped);
     const __m256 factor = _mm256_set1_ps(scale);
+    // Packed pairs are read up to four bytes beyond, which the last one has no room for.
+    const std::size_t wide = stride == 6 && count > 0 ? count - 1 : count;
     std::size_t i = 0;
-    for (; i + 4 <= count; i += 4, at += 4 * stride) {
-        const __m256i bytes = stride == 8
-                                  ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at))
-                                  : _mm256_set_m128i(twoPairs(at + 2 * stride, stride), twoPairs(at, stride));
-        const __m256 values = _mm256_cvtepi32_ps(_mm256_shuffle_epi8(bytes, order));
+    for (; i + 4 <= wide; i += 4, at += 4 * stride) {
+        const __m256 values = _mm256_cvtepi32_ps(_mm256_shuffle_epi8(fourPairs(at, stride), order));
         _mm256_storeu_ps(reinterpret_cast<float*>(out + i), _mm256_mul_ps(values, factor));
     }
     decodeIq_ref(at, stride, count - i, scale, swapped, out + i);

@@ -25,8 +25,8 @@ FrameLayout frameLayout(std::uint8_t sync, int hwReceivers);
 float sampleScale(double rxScale, double levelCalibration, int maxAdcValue);
 
 // `count` samples of one receiver: `at` points to its first I, `stride` is the record length in bytes. I is
-// the real part, or with `swapped` the imaginary one. Reads up to 2 bytes past the last Q, which lie in the
-// record.
+// the real part, or with `swapped` the imaginary one. Reads nothing behind the last record; one of 6 bytes is
+// a pair alone, longer ones have two bytes behind the last receiver's.
 void decodeIq(const std::uint8_t* at, std::size_t stride, std::size_t count, float scale, bool swapped,
               std::complex<float>* out);
 // The same, one byte at a time.

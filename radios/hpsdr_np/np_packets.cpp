@@ -1,5 +1,6 @@
 #include "radios/hpsdr_np/np_packets.hpp"
 
+#include "radios/hpsdr/receive_frame.hpp"
 #include "radios/hpsdr/wideband.hpp"
 #include "radios/hpsdr/wire.hpp"
 
@@ -93,16 +94,8 @@ std::uint32_t npPhaseWord(long long frequency, int clockFrequency) {
 }
 
 void NpIqReader::operator()(std::complex<float>* to, std::size_t count) {
-    const auto value = [](const std::uint8_t* at) {
-        const std::uint32_t top = static_cast<std::uint32_t>(at[0]) << 24 |
-                                  static_cast<std::uint32_t>(at[1]) << 16 |
-                                  static_cast<std::uint32_t>(at[2]) << 8;
-        return static_cast<float>(static_cast<std::int32_t>(top));
-    };
-    for (std::size_t i = 0; i < count; ++i, at_ += 6) {
-        const float re = value(at_) * scale_, im = value(at_ + 3) * scale_;
-        to[i] = mirrored_ ? std::complex<float>(im, re) : std::complex<float>(re, im);
-    }
+    decodeIq(at_, kNpIqRecord, count, scale_, mirrored_, to);
+    at_ += count * kNpIqRecord;
 }
 
 bool npMirrored(long long frequency, int clockFrequency) {

@@ -47,7 +47,8 @@ NpLongPacket npHighPriorityPacket(const NpHighPriority& state);
 std::uint32_t npPhaseWord(long long frequency, int clockFrequency);
 
 // From the radio.
-inline constexpr std::size_t kNpIqRecords = 238; // of 6 bytes: I and Q of 24 bits, from offset 16
+inline constexpr std::size_t kNpIqRecords = 238; // from offset 16
+inline constexpr std::size_t kNpIqRecord = 6;    // bytes: I and Q of 24 bits
 inline constexpr std::size_t kNpIqOffset = 16;
 
 // Reads consecutive samples of an I/Q packet, I and Q swapped if `mirrored`.

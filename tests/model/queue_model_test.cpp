@@ -16,6 +16,8 @@ enum class Mutation {
     ReleaseFirst, // the read index before the element is out: harmless
     NoEmptyPlace, // a ring fills all of its places
     FirstRing,    // the consumer takes from the first ring that holds something
+    NeverReload,  // the producer trusts the read index that it saw when its ring was last full
+    StaleWrite,   // the consumer trusts the write index that it saw first
 };
 
 enum class Order {
@@ -40,11 +42,13 @@ public:
     };
     struct Producer {
         std::uint8_t at, item, ticket, ring, pushed; // item: the one that it pushes, from 1
+        std::uint8_t readSeen;                       // the read index when it last looked
         std::uint8_t place, write;                   // stores still in its buffer, each from 1; 0: none
         Slot filling;
     };
     struct Ring {
         std::uint8_t made, write, read; // made: the consumer may see it
+        std::uint8_t writeSeen;         // the write index when the consumer last looked
         Slot slots[kPlaces];
     };
     struct State {
@@ -82,6 +86,7 @@ public:
         return s.wrong == kGarbage   ? "the consumer took what was not stored"
                : s.wrong == kOrder   ? "a thread's elements changed places"
                : s.wrong == kTickets ? "an element was overtaken"
+               : s.wrong == kRoom    ? "an element was refused though there was room"
                                      : nullptr;
     }
 
@@ -95,7 +100,7 @@ public:
 private:
     enum ProducerAt : std::uint8_t { kTicket, kNumber, kMake, kCheck, kStore };
     enum ConsumerAt : std::uint8_t { kScan, kTake, kAdvance };
-    enum Wrong : std::uint8_t { kFine, kGarbage, kOrder, kTickets };
+    enum Wrong : std::uint8_t { kFine, kGarbage, kOrder, kTickets, kRoom };
     static constexpr std::uint8_t kNone = 0xff;
 
     std::uint8_t after(std::uint8_t index) const {
@@ -137,8 +142,12 @@ private:
             me.at = kCheck;
             return "shows its ring";
         case kCheck:
+            if (after(ring.write) == me.readSeen && mutation_ != Mutation::NeverReload)
+                me.readSeen = ring.read;
             if (mutation_ == Mutation::NoEmptyPlace ? me.pushed - s.count[p] >= shape_.places
-                                                    : after(ring.write) == ring.read) {
+                                                    : after(ring.write) == me.readSeen) {
+                if (after(ring.write) != ring.read && mutation_ != Mutation::NoEmptyPlace)
+                    s.wrong = kRoom;
                 ++me.item;
                 me.at = kTicket;
                 return "is refused";
@@ -180,6 +189,14 @@ private:
         }
     }
 
+    bool look(Ring& ring) const {
+        if (ring.made == 0)
+            return false;
+        if (ring.read == ring.writeSeen && (mutation_ != Mutation::StaleWrite || ring.writeSeen == 0))
+            ring.writeSeen = ring.write;
+        return ring.read != ring.writeSeen;
+    }
+
     const char* scan(State& s) const {
         if (s.scan == 0) {
             bool any = false;
@@ -192,8 +209,8 @@ private:
             if (!any)
                 return nullptr; // nothing to find: the caller comes back later
         }
-        const Ring& ring = s.ring[s.scan];
-        if (ring.made != 0 && ring.read != ring.write) {
+        Ring& ring = s.ring[s.scan];
+        if (look(ring)) {
             const std::uint8_t ticket = ring.slots[ring.read].ticket;
             if (mutation_ == Mutation::FirstRing || ticket == s.nextTicket) {
                 s.best = s.scan;
@@ -278,6 +295,8 @@ TEST(QueueModel, EachReorderedStepIsFound) {
     EXPECT_EQ(broken(Mutation::PublishFirst), "the consumer took what was not stored");
     EXPECT_NE(broken(Mutation::NoEmptyPlace), "");
     EXPECT_EQ(broken(Mutation::FirstRing), "an element was overtaken");
+    EXPECT_EQ(broken(Mutation::NeverReload), "an element was refused though there was room");
+    EXPECT_NE(broken(Mutation::StaleWrite), ""); // lost, but first overtaken
 }
 
 } // namespace

@@ -22,6 +22,8 @@ enum class Mutation {
     RequeueUnclaimed,  // ... puts it back without a claim
     RequeueUnowed,     // ... puts it back, and then waits for the semaphore
     RequeueAndSignal,  // ... puts it back, signals, and takes an entry itself
+    SeenNotPutBack,    // ... has seen more, keeps the claim, and does not put it back
+    SeenAndFreed,      // ... has seen more, frees the context, and puts it back
 };
 
 constexpr int kContexts = 2, kProducers = 3, kWorkers = 3;
@@ -43,6 +45,7 @@ public:
     };
     struct State {
         std::uint8_t written[kProducers], read[kProducers];
+        std::uint8_t seen[kProducers]; // of what is written, by the last worker that had to look
         std::uint8_t scheduled[kContexts], entries[kContexts], inside[kContexts];
         std::uint8_t semaphore;
         Producer producer[kProducers];
@@ -194,6 +197,16 @@ private:
         return ring < shape_.producers && contextOf(ring) == c && s.read[ring] != s.written[ring];
     }
 
+    bool holdsSeen(const State& s, int ring, int c) const {
+        return contextOf(ring) == c && s.read[ring] != s.seen[ring];
+    }
+    bool seenWaiting(const State& s, int c) const {
+        for (int ring = 1; ring < shape_.producers; ++ring)
+            if (holdsSeen(s, ring, c))
+                return true;
+        return false;
+    }
+
     static const char* rest(Worker& worker, const char* step) {
         worker = {kWait, worker.owed, 0, 0, 0, worker.pendingFree};
         return step;
@@ -235,7 +248,9 @@ private:
             me.ring = 1;
             return "worker has run the property sets";
         case kSeq: // one at most
-            if (me.ring < shape_.producers && !holds(s, me.ring, c)) {
+            if (me.ring < shape_.producers && s.read[me.ring] == s.seen[me.ring] && contextOf(me.ring) == c)
+                s.seen[me.ring] = s.written[me.ring];
+            if (me.ring < shape_.producers && !holdsSeen(s, me.ring, c)) {
                 ++me.ring;
                 return "worker finds a ring empty";
             }
@@ -244,6 +259,13 @@ private:
             me.ring = 0;
             --s.inside[c];
             me.at = mutation_ == Mutation::LookBeforeRelease ? kLook : kRelease;
+            if (mutation_ != Mutation::LookBeforeRelease && seenWaiting(s, c)) {
+                if (mutation_ == Mutation::SeenNotPutBack)
+                    return rest(me, "worker has run its tasks");
+                if (mutation_ == Mutation::SeenAndFreed)
+                    s.scheduled[c] = 0;
+                me.at = kPutBack;
+            }
             return "worker has run its tasks";
         case kRelease:
             if (mutation_ == Mutation::StoreForExchange) {
@@ -348,7 +370,9 @@ INSTANTIATE_TEST_SUITE_P(
         Reordered{"RequeueUnclaimed", Mutation::RequeueUnclaimed, "two workers run one context"},
         Reordered{"RequeueUnowed", Mutation::RequeueUnowed, "an element is forgotten"},
         Reordered{"RequeueAndSignal", Mutation::RequeueAndSignal,
-                  "a worker spins for an entry that nobody makes"}),
+                  "a worker spins for an entry that nobody makes"},
+        Reordered{"SeenNotPutBack", Mutation::SeenNotPutBack, "an element is forgotten"},
+        Reordered{"SeenAndFreed", Mutation::SeenAndFreed, "two workers run one context"}),
     [](const auto& one) { return std::string(one.param.name); });
 
 } // namespace

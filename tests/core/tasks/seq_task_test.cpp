@@ -54,5 +54,42 @@ TEST(SeqTask, Holds256BytesInline) {
     EXPECT_EQ(seqTask::kStorage, 256u);
 }
 
+// Plain captures of every size are moved whole, and nothing but themselves.
+template <std::size_t Size>
+void movesAll() {
+    std::array<unsigned char, Size> captures;
+    for (std::size_t i = 0; i < Size; ++i)
+        captures[i] = static_cast<unsigned char>(i + 1);
+    static std::array<unsigned char, Size> seen;
+    seqTask task("plain", [captures] { seen = captures; });
+    seqTask moved(std::move(task)), assigned("other", [] { seen = {}; });
+    assigned = std::move(moved);
+    assigned();
+    EXPECT_EQ(seen, captures) << Size;
+}
+
+TEST(SeqTask, MovesPlainCapturesOfEverySize) {
+    movesAll<1>();
+    movesAll<15>();
+    movesAll<16>();
+    movesAll<17>();
+    movesAll<32>();
+    movesAll<33>();
+    movesAll<48>();
+    movesAll<49>();
+    movesAll<256>();
+}
+
+// Small, but with a destructor of its own.
+TEST(SeqTask, DropsACaptureOnceHoweverOftenItWasMoved) {
+    auto held = std::make_shared<int>(3);
+    seqTask first("x", [held] {});
+    seqTask second(std::move(first));
+    first = std::move(second);
+    EXPECT_EQ(held.use_count(), 2);
+    first = seqTask("y", [] {});
+    EXPECT_EQ(held.use_count(), 1);
+}
+
 } // namespace
 } // namespace ferrow

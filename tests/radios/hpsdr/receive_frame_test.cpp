@@ -118,6 +118,21 @@ TEST(ReceiveFrame, At73728000HzAReceiverAt40MHzIsMirrored) {
     EXPECT_EQ(out, Complex(-0.25f, 0.5f));
 }
 
+TEST(ReceiveFrame, TheFastDecoderOfPackedPairsEqualsTheReference) {
+    std::mt19937 random(12);
+    for (std::size_t count = 0; count <= 40; ++count)
+        for (const bool swapped : {false, true}) {
+            std::vector<std::uint8_t> bytes(6 * count); // exact, for the address sanitizer
+            for (auto& byte : bytes)
+                byte = static_cast<std::uint8_t>(random());
+            std::vector<Complex> fast(count + 1, {9.0f, 9.0f}), slow(count + 1, {9.0f, 9.0f});
+            decodeIq(bytes.data(), 6, count, 3.1e-9f, swapped, fast.data());
+            decodeIq_ref(bytes.data(), 6, count, 3.1e-9f, swapped, slow.data());
+            ASSERT_EQ(fast, slow) << count;
+            ASSERT_EQ(fast[count], Complex(9.0f, 9.0f)) << "nothing is written past the end";
+        }
+}
+
 TEST(ReceiveFrame, TheFastDecoderEqualsTheReference) {
     std::mt19937 random(11);
     // An exact allocation lets the address sanitizer see a read behind the last record.
