@@ -145,7 +145,7 @@ struct Stage {
 std::vector<Stage> budget(int rateKhz) {
     const double packet = 126.0 / rateKhz;
     return {{"packet of the radio (and the simulator's bursts of 1 ms)", 0, packet + 1},
-            {"packets gathered by the comms thread", 0, rateKhz >= 252 ? 1.1 : 0.1},
+            {"packets gathered by the comms thread", 0, rateKhz >= 252 ? 2.1 : 0.1},
             {"chunk and filter block of 10.67 ms", 0, 512 / 48.0},
             {"decimator", rateKhz > 48 ? 0.4 : 0, rateKhz > 48 ? 0.9 : 0},
             {"bandpass of 1536 taps, linear phase", 16, 16}};

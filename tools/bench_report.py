@@ -103,6 +103,7 @@ def kernels(r):
         ("trx_dsp", "logarithms, 2048", "logarithms/0", "logarithms/1"),
         ("radios_hpsdr", "samples of a frame, 1 receiver", "decodeFrame<&decodeIq_ref>/1", "decodeFrame<&decodeIq>/1"),
         ("radios_hpsdr", "samples of a frame, 4 receivers", "decodeFrame<&decodeIq_ref>/4", "decodeFrame<&decodeIq>/4"),
+        ("radios_hpsdr", "samples of a packet of protocol 2", "decodePacket<&decodeIq_ref>", "decodePacket<&decodeIq>"),
     ]
     return [(what, r.of(program, plain), r.of(program, fast)) for program, what, plain, fast in pairs
             if r.has(program, plain) and r.has(program, fast)]
@@ -142,19 +143,18 @@ def stream_rows(r):
         fields = dict(part.split(":") for part in name.split("/")[1:])
         rows.append([f"protocol {fields['protocol']}, {fields['receivers']} × {fields['kHz']} kHz",
                      f"{e['packets_per_second']:.0f}", f"{e['packets']:.0f}", f"{e['sequence_errors']:.0f}",
-                     f"{100 * e['comms_of_core']:.1f} %", f"{100 * e['all_of_core']:.1f} %"])
+                     f"{100 * e['comms_of_core']:.1f} %", f"{100 * (e['comms_of_core'] + e['workers_of_core']):.1f} %",
+                     f"{100 * e['all_of_core']:.1f} %"])
     return rows
 
 
 def delay_rows(r):
     rows = []
-    for name, entries in r.runs.get("radios_stream", {}).items():
-        if not name.startswith("delay"):
-            continue
-        e = entries[0]
+    for name, entries in r.runs.get("radios_delay", {}).items():
         fields = dict(part.split(":") for part in name.split("/")[1:])
         rows.append([f"protocol {fields['protocol']}, {fields['receivers']} × {fields['kHz']} kHz"] +
-                    [f"{e[key]:.2f}" for key in ("least_ms", "median_ms", "p99_ms", "most_ms")])
+                    [f"{choose(e[key] for e in entries):.2f}" for key, choose in
+                     (("least_ms", min), ("median_ms", statistics.median), ("p99_ms", statistics.median), ("most_ms", max))])
     return rows
 
 
@@ -190,9 +190,6 @@ def plots(r, rows, folder):
 def document(r, rows):
     stress, eight = r.runs.get("stress_256", {}), r.runs.get("stress_8", {})
     search = r.runs.get("stress_search", {})
-    core = [(name, r.runs["wake"][name]) for name in r.runs.get("wake", {})]
-    wake = {name: {key: statistics.median(e[key] for e in entries) for key in ("median_us", "p99_us")}
-            for name, entries in core}
     cpus = r.context.get("num_cpus"), r.context.get("mhz_per_cpu")
     text = [TOP.format(cpus=cpus[0], mhz=cpus[1], date=r.context.get("date", "")[:10])]
     text.append(table(["what", "Ferrowcore", "peer", "peer's figure", "times as fast"],
@@ -226,12 +223,12 @@ def document(r, rows):
         text.append(f"Memory: {eight['trials'][0]['resident_mb']:.0f} MB resident with 8 receivers and foreground spectra "
                     "(`ferrow stress --transceivers 8 --spectrum`), the host's share included.\n")
     text.append("## Datagrams\n\nA real socket, packets from another process; \"comms thread\" is the thread that receives them, "
-                "\"all\" the whole receiving process: comms thread, decoding, dealing out, one SSB transceiver and the host's "
-                "pumps.\n")
-    text.append(table(["stream", "packets/s", "packets", "sequence errors", "comms thread", "all"], stream_rows(r)))
+                "\"comms thread and workers\" that with decoding, dealing out and one SSB transceiver, \"all\" the whole receiving process.\n")
+    text.append(table(["stream", "packets/s", "packets", "sequence errors", "comms thread", "comms thread and workers", "all"],
+                      stream_rows(r)))
     text.append("\n## Delay\n\n")
     text.append("From the packet that completes a chunk to the host's callback with its block of sound, ms; the host looks every "
-                "0.1 ms:\n")
+                "0.1 ms. Median and 99th percentile are medians of three runs, least and most those of all:\n")
     text.append(table(["stream", "least", "median", "p99", "most"], delay_rows(r)))
     for khz in (384, 48):
         latency = r.runs.get(f"latency_{khz}")
@@ -248,8 +245,10 @@ def document(r, rows):
                                  [[s["stage"], f"{s['least_ms']:.1f}", f"{s['most_ms']:.1f}"] for s in latency["budget"]]))
     text.append("\nA task that is posted to sleeping workers starts after (µs):\n")
     text.append(table(["", "median", "p99"],
-                      [["serial contexts" if "Contexts" in name else "Boost.Asio strands", f"{v['median_us']:.1f}",
-                        f"{v['p99_us']:.1f}"] for name, v in wake.items()]))
+                      [[("serial contexts" if "Contexts" in name else "Boost.Asio strands") + how] +
+                       [f"{statistics.median(e[key] for e in entries):.1f}" for key in ("median_us", "p99_us")]
+                       for run, how in (("wake", ""), ("wake_held", ", processors kept awake (`FERROW_CPU_LATENCY=0`)"))
+                       for name, entries in r.runs.get(run, {}).items()]))
     text.append("\n## Kernels\n\nThe AVX2 form beside the plain one that is its oracle; the whole library is built for x86-64-v3, "
                 "the plain forms too.\n")
     text.append(table(["kernel", "plain", "AVX2", "times as fast"],

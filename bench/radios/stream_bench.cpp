@@ -54,6 +54,7 @@ struct Stream {
 struct Outcome {
     double seconds = 0;                              // on the clock
     double comms = 0;                                // CPU time of the receiving thread, s
+    double workers = 0;                              // of the library's workers, which decode
     double all = 0;                                  // of the receiving process
     double late = 0;                                 // the sender's worst lateness, s
     long long sent = 0;                              // packets
@@ -117,6 +118,8 @@ public:
         }
         for (const int one : sockets_)
             connect(one, reinterpret_cast<sockaddr*>(&host), sizeof host);
+        // Packets from before the host has begun to listen would be counted by one side only.
+        usleep(50'000);
         const auto began = Clock::now();
         Outcome outcome;
         double worst = 0;
@@ -246,11 +249,22 @@ double threadSeconds(int id) {
     return 1e-9 * nanoseconds;
 }
 
-std::vector<int> threads() {
+std::vector<int> threads(const std::string& name) {
     std::vector<int> all;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task"))
-        all.push_back(std::stoi(entry.path().filename()));
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string own;
+        std::getline(std::ifstream(entry.path() / "comm"), own);
+        if (own == name)
+            all.push_back(std::stoi(entry.path().filename()));
+    }
     return all;
+}
+
+double threadSeconds(const std::vector<int>& ids) {
+    double sum = 0;
+    for (const int id : ids)
+        sum += threadSeconds(id);
+    return sum;
 }
 
 double processSeconds() {
@@ -265,6 +279,8 @@ double processSeconds() {
 // The process that receives.
 //
 // A block of sound is there at the earliest when the packet has come that holds the last sample of its chunk.
+// The first chunk of a stream has 512 samples, the others 512 for each 48 kHz of its rate; a block of 512 at
+// 48 kHz is thus complete with the chunk that ends 512 samples behind its last one, where they differ.
 // What it takes beyond that is the delay; the chunk itself and the filters count as part of the signal's way,
 // not of the library's work. `watch`: look for blocks every 100 us instead of every 5 ms.
 Outcome receive(const Stream& stream, const std::string& address, double seconds, const double* times,
@@ -279,7 +295,6 @@ Outcome receive(const Stream& stream, const std::string& address, double seconds
     radio.board = 1;
     RadioSession session(library, radio, {stream.rate, std::nullopt, false});
     Outcome outcome;
-    const std::vector<int> before = threads();
     long long blocks = 0;
     std::vector<double> delays;
     Tuning tuning = parseTuning("3.6M:lsb");
@@ -288,7 +303,8 @@ Outcome receive(const Stream& stream, const std::string& address, double seconds
         if (i == 0) {
             setVoiceMode(library, one, tuning);
             one.onAudio = [&](std::span<const float>) {
-                const auto last = ++blocks * 512 * (stream.rate / 48000) - 1;
+                const auto last =
+                    ++blocks * 512 * (stream.rate / 48000) - 1 + (stream.rate > 48000 ? 512 : 0);
                 const auto packet = static_cast<std::size_t>(last / stream.samplesPerPacket());
                 if (packet < kTimed)
                     delays.push_back(now() - times[packet]);
@@ -298,14 +314,12 @@ Outcome receive(const Stream& stream, const std::string& address, double seconds
     }
     session.start();
     library.pumpUntil([] { return false; }, std::chrono::seconds(1));
-    std::vector<int> comms;
-    for (const int id : threads())
-        if (std::find(before.begin(), before.end(), id) == before.end())
-            comms.push_back(id);
-    if (comms.size() != 1)
+    const std::vector<int> comms = threads("fc comms"), workers = threads("fc worker");
+    if (comms.size() != 1 || workers.empty())
         _exit(5);
     outcome.sound = 0;
-    const double commsBefore = threadSeconds(comms[0]), allBefore = processSeconds();
+    const double commsBefore = threadSeconds(comms), workersBefore = threadSeconds(workers);
+    const double allBefore = processSeconds();
     const auto began = Clock::now();
     delays.clear();
     const int errorsBefore = session.sequenceErrors(); // receivers that were added began in mid-stream
@@ -317,7 +331,8 @@ Outcome receive(const Stream& stream, const std::string& address, double seconds
     } else {
         library.pumpUntil([] { return false; }, std::chrono::milliseconds(static_cast<int>(1000 * seconds)));
     }
-    outcome.comms = threadSeconds(comms[0]) - commsBefore;
+    outcome.comms = threadSeconds(comms) - commsBefore;
+    outcome.workers = threadSeconds(workers) - workersBefore;
     outcome.all = processSeconds() - allBefore;
     outcome.seconds = std::chrono::duration<double>(Clock::now() - began).count();
     std::sort(delays.begin(), delays.end());
@@ -395,6 +410,7 @@ void run(benchmark::State& state, bool watch) {
         state.counters["packets"] = static_cast<double>(sent.sent);
         state.counters["sequence_errors"] = got.errors;
         state.counters["comms_of_core"] = got.comms / got.seconds;
+        state.counters["workers_of_core"] = got.workers / got.seconds;
         state.counters["all_of_core"] = got.all / got.seconds;
         state.counters["sender_late_ms"] = 1000 * sent.late;
         if (watch) {

@@ -2,6 +2,7 @@
 
 #include "core/tasks/log.hpp"
 
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
@@ -22,6 +23,12 @@ int enterRealtimeClass(RealtimeLevel level) noexcept {
     sched_param parameters{};
     parameters.sched_priority = level == RealtimeLevel::Worker ? 5 : 6;
     return pthread_setschedparam(pthread_self(), SCHED_RR, &parameters);
+}
+
+void nameThread(const char* name) noexcept {
+    std::array<char, 16> cut{};
+    std::strncpy(cut.data(), name, cut.size() - 1);
+    pthread_setname_np(pthread_self(), cut.data());
 }
 
 void holdCpuLatency() {

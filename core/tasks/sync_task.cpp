@@ -49,7 +49,8 @@ void syncTask::schedule(std::shared_ptr<asyncObject> object) noexcept {
 bool syncTask::TryProcess() {
     processPropertySetQueue();
     processSeqQueue();
-    if (seqQueue_.seenWaiting()) // busy: to the back of the wake queue, without giving up the claim in between
+    if (seqQueue_
+            .seenWaiting()) // busy: to the back of the wake queue, without giving up the claim in between
         return true;
     // An exchange, not a store: a producer whose own exchange came before this one has its element seen
     // below.

@@ -118,6 +118,7 @@ bool sothreadpool::queueUpdate(asTask&& task) {
 }
 
 void sothreadpool::worker() noexcept {
+    nameThread("fc worker");
     if (const int error = enterRealtimeClass(RealtimeLevel::Worker)) {
         static std::atomic<bool> said{false};
         if (!said.exchange(true))

@@ -13,7 +13,10 @@ struct LinkHooks {
     HpsdrLink& link;
     HpsdrLink::Post deliver;
 
-    int enterRealtime() { return enterRealtimeClass(RealtimeLevel::Comms); }
+    int enterRealtime() {
+        nameThread("fc comms");
+        return enterRealtimeClass(RealtimeLevel::Comms);
+    }
     void post(int slot, long long time) {
         if (!deliver(slot, time))
             link.socket.release(slot);

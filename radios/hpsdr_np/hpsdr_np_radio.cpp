@@ -1,6 +1,7 @@
 #include "radios/hpsdr_np/hpsdr_np_radio.hpp"
 
 #include "core/tasks/log.hpp"
+#include "core/tasks/realtime.hpp"
 #include "radios/hpsdr/wideband.hpp"
 #include "radios/hpsdr/wire.hpp"
 #include "radios/transport/datagram_socket.hpp"
@@ -167,6 +168,7 @@ void HpsdrNpRadio::sendHighPriority() {
 }
 
 void HpsdrNpRadio::run(const std::shared_ptr<Link>& link) {
+    nameThread("fc comms");
     DatagramSocket& socket = link->socket;
     int micCount = 0;
     while (!link->exit.load(std::memory_order_acquire)) {

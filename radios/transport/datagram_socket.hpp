@@ -41,7 +41,7 @@ public:
     static constexpr int kWaitMilliseconds = 10;
     static constexpr std::size_t kFetch = 64;
     static constexpr int kDenseRate = 2000; // packets a second
-    static constexpr std::chrono::microseconds kGather{1000};
+    static constexpr std::chrono::microseconds kGather{2000};
 
     DatagramSocket();
     ~DatagramSocket();

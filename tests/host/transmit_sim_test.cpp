@@ -169,7 +169,8 @@ TEST(TuneSim, AnInterruptEndsTheCarrierInOrder) {
     EXPECT_NEAR(magnitude(record, presses[0].end - kTail), kCarrier, 0.51);
     EXPECT_NEAR(magnitude(record, presses[0].end - kTail + 256), kCarrier / 2, 1);
     EXPECT_EQ(record.count("stop"), 1u);
-    EXPECT_FALSE(record.packets().back().onAir);
+    EXPECT_FALSE(record.packets().back().ptt); // the radio itself may hang on a few ms longer
+    EXPECT_FALSE(record.rows.back().onAir);
 }
 
 // The radio's clock empties its buffer; ferrow hears of what that leads to.

@@ -3,8 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <pthread.h>
+#include <thread>
 #include <unistd.h>
 
 namespace ferrow {
@@ -19,6 +22,26 @@ int devicesOpen() {
         count += std::filesystem::read_symlink(entry.path(), gone) == kDevice;
     }
     return count;
+}
+
+TEST(ThreadName, IsCutToWhatTheSystemTakes) {
+    char name[16] = "";
+    std::thread([&] {
+        nameThread("a name of a thread");
+        pthread_getname_np(pthread_self(), name, sizeof name);
+    }).join();
+    EXPECT_STREQ(name, "a name of a thr");
+}
+
+TEST(ThreadName, TellsWorkers) {
+    const test::Runtime runtime;
+    int workers = 0;
+    EXPECT_TRUE(test::waitFor([&] {
+        workers = 0;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task"))
+            workers += test::readFile(entry.path() / "comm") == "fc worker\n";
+        return workers == static_cast<int>(std::min(std::thread::hardware_concurrency(), 20u));
+    })) << workers;
 }
 
 TEST(CpuLatency, IsLeftAloneUnlessAsked) {

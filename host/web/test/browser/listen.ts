@@ -180,5 +180,5 @@ test("FT8 comes as a table, a click fills the answer", async () => {
   await cq.click();
   assert.equal(await page.locator("input[aria-label='Their call']").inputValue(), "K1ABC");
   assert.ok((await page.locator(".message-choice[aria-checked='true']").textContent())?.includes("K1ABC N0CALL JO62"));
-  assert.ok((await page.locator(".label.cq").count()) > 0, "no call in the waterfall");
+  await until(() => page.locator(".label.cq").count(), (count) => count > 0, 30, "a call in the waterfall");
 });
