@@ -169,6 +169,8 @@ void HpsdrNpRadio::sendHighPriority() {
 
 void HpsdrNpRadio::run(const std::shared_ptr<Link>& link) {
     nameThread("fc comms");
+    if (const int error = enterRealtimeClass(RealtimeLevel::Comms))
+        logTrace("sothreadPool::worker() setmm priority failed {}", error);
     DatagramSocket& socket = link->socket;
     int micCount = 0;
     while (!link->exit.load(std::memory_order_acquire)) {
