@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <ostream>
 
 namespace ferrow::test {
 namespace {
@@ -351,6 +352,10 @@ struct Reordered {
     Mutation mutation;
     const char* broken;
 };
+
+void PrintTo(const Reordered& one, std::ostream* out) {
+    *out << one.name;
+}
 
 class WakeModelReordered : public ::testing::TestWithParam<Reordered> {};
 

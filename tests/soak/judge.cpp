@@ -35,9 +35,14 @@ nlohmann::json jsonOf(const Counted& one) {
             {"sound",
              {{"seconds", one.sound.seconds},
               {"quiet", one.sound.quiet},
+              {"excused", one.sound.excused},
               {"gaps", one.sound.gaps},
               {"longest_gap_ms", one.sound.longestGapMs},
               {"amplitude", one.sound.amplitude}}},
+            {"machine",
+             {{"stalls", one.stalls.count},
+              {"longest_ms", one.stalls.longestMs},
+              {"seconds", one.stalls.seconds}}},
             {"returns", one.returns},
             {"slowest_return_s", one.slowestReturn},
             {"transmissions", one.transmissions},
@@ -70,8 +75,9 @@ void judgePhase(const Counted& one, Verdict& verdict) {
     // Under a sanitizer sound is not in time.
     if (one.sound.seconds > 0 && !test::kSanitized) {
         add("longest gap of the sound", one.sound.longestGapMs <= one.phase.longestGapMs,
-            fmt::format("{:.0f} ms, {} in {:.0f} s", one.sound.longestGapMs, one.sound.gaps,
-                        one.sound.seconds),
+            fmt::format("{:.0f} ms, {} in {:.0f} s; {:.2f} s behind {} stalls of the machine",
+                        one.sound.longestGapMs, one.sound.gaps, one.sound.seconds, one.sound.excused,
+                        one.stalls.count),
             fmt::format("{:.0f} ms", one.phase.longestGapMs));
         add("silence", one.sound.quiet <= one.phase.quietShare * one.sound.seconds,
             fmt::format("{:.1f} %", 100 * one.sound.quiet / one.sound.seconds),

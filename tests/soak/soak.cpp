@@ -54,7 +54,7 @@ Soak::Soak(const Plan& plan, const Options& options, const fs::path& folder)
       address_(freeLoopbackAddress()), guard_(address_, kGuardLimit), progress_(kProgressLimit) {
     std::ofstream(scene_) << kScene;
     fs::create_directories(disk_);
-    monitor_.emplace(server_, kTone);
+    monitor_.emplace(server_, machine_, kTone);
     LibraryOptions library;
     library.logFile = folder_ / "library.log";
     fs::remove(library.logFile);
@@ -204,12 +204,18 @@ void Soak::listen(const Phase& phase, Counted& counted, const std::function<void
     if (phase.diskFull)
         fillDisk(counted);
     monitor_->take();
+    machine_.take();
     monitor_->count(!phase.transmit && !phase.vanish && !phase.soundLoss);
     during();
     monitor_->count(false);
     const Sound sound = monitor_->take();
+    const Stalls stalls = machine_.take();
+    counted.stalls.count += stalls.count;
+    counted.stalls.seconds += stalls.seconds;
+    counted.stalls.longestMs = std::max(counted.stalls.longestMs, stalls.longestMs);
     counted.sound.seconds += sound.seconds;
     counted.sound.quiet += sound.quiet;
+    counted.sound.excused += sound.excused;
     counted.sound.gaps += sound.gaps;
     counted.sound.longestGapMs = std::max(counted.sound.longestGapMs, sound.longestGapMs);
     counted.sound.amplitude = sound.amplitude;
@@ -269,7 +275,7 @@ void Soak::loseSound(Counted& counted) {
     monitor_.reset();
     pumpFor(1);
     server_.restart();
-    monitor_.emplace(server_, kTone);
+    monitor_.emplace(server_, machine_, kTone);
     station_->reopenSound();
     const auto began = Clock::now();
     if (!library_->pumpThrough([this] { return monitor_->hears(); },

@@ -4,6 +4,7 @@
 #include "host/library.hpp"
 #include "host/transmit_guard.hpp"
 #include "tests/soak/log_watch.hpp"
+#include "tests/soak/machine_watch.hpp"
 #include "tests/soak/memory_line.hpp"
 #include "tests/soak/plan.hpp"
 #include "tests/soak/progress.hpp"
@@ -30,6 +31,7 @@ struct Counted {
     long long commandGaps = 0;    // in the packets to the radio
     int starts = 0, expectedStarts = 0;
     Sound sound = {};
+    Stalls stalls = {};       // of the machine
     int returns = 0;          // of the radio, or of the sound
     double slowestReturn = 0; // s
     int transmissions = 0;
@@ -84,6 +86,7 @@ private:
     TransmitGuard guard_; // forks: before any thread
     Progress progress_;
     test::PulseServer server_;
+    MachineWatch machine_;
     std::optional<SoundMonitor> monitor_;
     std::optional<Library> library_;
     std::optional<Station> station_;

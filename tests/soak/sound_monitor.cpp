@@ -19,7 +19,8 @@ constexpr double kQuietPart = 0.25; // of the usual amplitude
 
 } // namespace
 
-SoundMonitor::SoundMonitor(const test::PulseServer& server, double hertz) : usual_(hertz), hertz_(hertz) {
+SoundMonitor::SoundMonitor(const test::PulseServer& server, const MachineWatch& machine, double hertz)
+    : machine_(machine), usual_(hertz), hertz_(hertz) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
         throw std::runtime_error("no pipe");
@@ -87,6 +88,10 @@ void SoundMonitor::judge(const float* stereo) {
     frames_ += kWindow;
     if (!counts_) {
         run_ = 0;
+        return;
+    }
+    if (quiet && run_ == 0 && machine_.stalledWithin(kAfterStallMs)) {
+        sound_.excused += kWindowMs / 1000;
         return;
     }
     sound_.seconds += kWindowMs / 1000;

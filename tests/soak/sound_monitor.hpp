@@ -1,6 +1,7 @@
 // What comes out of the sound server: a steady tone, if nothing is wrong.
 #pragma once
 
+#include "tests/soak/machine_watch.hpp"
 #include "tests/support/pulse_server.hpp"
 
 #include <atomic>
@@ -13,6 +14,7 @@ namespace ferrow::soak {
 
 struct Sound {
     double seconds = 0, quiet = 0; // heard, and of these without the tone
+    double excused = 0;            // without it behind a standstill of the machine, in neither
     double longestGapMs = 0;
     int gaps = 0;
     double amplitude = 0; // mean of the windows with a tone
@@ -22,8 +24,11 @@ struct Sound {
 class SoundMonitor {
 public:
     static constexpr int kRate = 48000, kWindow = 960; // frames: 20 ms
+    // How long after a standstill of the machine a silence may come of it: what is on its way from the sound
+    // server to here, and the ring that fills anew.
+    static constexpr double kAfterStallMs = 300;
     // `hertz`: of the tone.
-    SoundMonitor(const test::PulseServer& server, double hertz);
+    SoundMonitor(const test::PulseServer& server, const MachineWatch& machine, double hertz);
     ~SoundMonitor();
     SoundMonitor(const SoundMonitor&) = delete;
     SoundMonitor& operator=(const SoundMonitor&) = delete;
@@ -51,6 +56,7 @@ private:
 
     test::ChildProcess recorder_;
     int pipe_ = -1;
+    const MachineWatch& machine_;
     const double usual_;
     std::thread thread_;
     std::atomic<bool> counts_{false}, hears_{false};

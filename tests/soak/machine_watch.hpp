@@ -1,0 +1,44 @@
+// When the machine itself stood still: what a virtual machine does not get, no program can make up for.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace ferrow::soak {
+
+struct Stalls {
+    int count = 0;
+    double longestMs = 0, seconds = 0;
+};
+
+// On each processor a thread of the highest real-time priority that sleeps a millisecond at a time, and notes
+// when it came late by more than kLate. Without the right to that priority nothing is noted: an ordinary
+// thread is late for other reasons.
+class MachineWatch {
+public:
+    static constexpr double kLateMs = 4;
+
+    MachineWatch();
+    ~MachineWatch();
+    MachineWatch(const MachineWatch&) = delete;
+    MachineWatch& operator=(const MachineWatch&) = delete;
+
+    // Whether any processor stood still within the last `ms`.
+    bool stalledWithin(double ms) const;
+    // Since the last call.
+    Stalls take();
+
+private:
+    void watch(unsigned cpu);
+
+    std::atomic<bool> exit_{false};
+    std::atomic<std::int64_t> last_; // ns of the steady clock
+    std::mutex mutex_;               // the rest
+    Stalls stalls_;
+    std::vector<std::thread> threads_;
+};
+
+} // namespace ferrow::soak
