@@ -247,8 +247,13 @@ def document(r, rows):
     text.append(table(["", "median", "p99"],
                       [[("serial contexts" if "Contexts" in name else "Boost.Asio strands") + how] +
                        [f"{statistics.median(e[key] for e in entries):.1f}" for key in ("median_us", "p99_us")]
-                       for run, how in (("wake", ""), ("wake_held", ", processors kept awake (`FERROW_CPU_LATENCY=0`)"))
-                       for name, entries in r.runs.get(run, {}).items()]))
+                       for run, how in (("wake", ""), ("wake_realtime", ", real-time class"),
+                                        ("wake_held", ", processors kept awake"),
+                                        ("wake_realtime_held", ", real-time class, processors kept awake"))
+                       for name, entries in r.runs.get(run, {}).items()
+                       if "Contexts" in name or "realtime" not in run]))
+    text.append("\nAt normal priority, as the peer, unless it says otherwise; a host's workers are in the real-time class. Processors are "
+                "kept awake by `FERROW_CPU_LATENCY=0`: most of the rest is their waking.\n")
     text.append("\n## Kernels\n\nThe AVX2 form beside the plain one that is its oracle; the whole library is built for x86-64-v3, "
                 "the plain forms too.\n")
     text.append(table(["kernel", "plain", "AVX2", "times as fast"],
