@@ -88,17 +88,4 @@ void network(benchmark::State& state) {
 }
 BENCHMARK(network);
 
-template <auto Kernel>
-void weighted(benchmark::State& state) {
-    const std::vector<std::int8_t> weights(114 * 288, 3);
-    const std::vector<float> in(114, 0.5f);
-    std::vector<float> out(288);
-    for (auto _ : state) {
-        Kernel(weights, in, 1e-3f, out);
-        benchmark::ClobberMemory();
-    }
-}
-BENCHMARK(weighted<addWeighted>);
-BENCHMARK(weighted<addWeighted_ref>);
-
 } // namespace
