@@ -45,7 +45,7 @@ if ! inside apt-get install -y -qq --no-install-recommends -o APT::Sandbox::User
 fi
 inside dpkg --audit | grep . && fail "dpkg finds fault"
 
-inside ferrow --help | grep -q listen || fail "ferrow does not start"
+inside ferrow --help | grep listen > /dev/null || fail "ferrow does not start"
 chroot "$root" ferrow-sim --address 127.64.2.1 --duration 600 > "$work/sim.log" 2>&1 &
 sim=$!
 for _ in $(seq 600); do
@@ -62,7 +62,7 @@ flags=$(PKG_CONFIG_LIBDIR=$root/usr/lib/pkgconfig pkg-config --cflags --libs fer
 # shellcheck disable=SC2086
 cc -std=c11 -D_POSIX_C_SOURCE=200809L "$source/examples/first_host.c" $flags \
     -o "$root/first_host"
-inside /first_host 127.64.2.1 | grep -q ' dB$' || fail "a host that is built with the packages hears nothing"
+inside /first_host 127.64.2.1 | grep ' dB$' > /dev/null || fail "a host that is built with the packages hears nothing"
 inside apt-get remove -y -qq libferrowcore-avx2-0 >> "$work/apt.log" 2>&1 || fail "the packages cannot be removed"
 inside sh -c 'command -v ferrow' && fail "ferrow stays"
 echo "installed, heard $(grep -c signal_db <<< "$heard") readings and left"
