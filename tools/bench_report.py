@@ -275,7 +275,7 @@ def document(r, rows):
 
 TOP = """# Performance
 
-Made by `scripts/bench`, in one run with the peers; do not edit. {date}, {cpus} cores of {mhz} MHz, a virtual machine. Times are CPU
+Made by `scripts/bench`, each comparison in one run with its peer; do not edit. {date}, {cpus} cores of {mhz} MHz, a virtual machine. Times are CPU
 times, medians of several repetitions in mixed order. Ratios carry over to machines of the kind, times do not.
 """
 

@@ -12,6 +12,7 @@
 #include <string>
 #include <type_traits>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace ferrow::test {
@@ -91,6 +92,20 @@ Explored explore(const Model& model, std::size_t most = 20'000'000) {
         }
     }
     return result;
+}
+
+// The models of `shapes` in turn, up to the first that does not hold.
+template <class Shapes, class Make>
+Explored exploreShapes(const Shapes& shapes, Make make) {
+    Explored all;
+    for (const auto& shape : shapes) {
+        Explored one = explore(make(shape));
+        one.states += all.states;
+        all = std::move(one);
+        if (!all.holds())
+            break;
+    }
+    return all;
 }
 
 } // namespace ferrow::test

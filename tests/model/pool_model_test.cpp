@@ -279,15 +279,7 @@ constexpr Shape kShapes[] = {{2, 3, 1, {"fsf", "ff", ""}},
                              {3, 3, 1, {"f", "fs", "f"}}};
 
 Explored exploreAll(Mutation mutation) {
-    Explored all;
-    for (const Shape& shape : kShapes) {
-        Explored one = explore(PoolModel(shape, mutation));
-        one.states += all.states;
-        all = std::move(one);
-        if (!all.holds())
-            break;
-    }
-    return all;
+    return exploreShapes(kShapes, [=](const Shape& shape) { return PoolModel(shape, mutation); });
 }
 
 TEST(PoolModel, NoBlockInTwoHandsAndNoneLost) {

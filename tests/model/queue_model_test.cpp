@@ -261,15 +261,7 @@ private:
 constexpr Shape kShapes[] = {{2, 2, 3}, {2, 3, 2}, {3, 1, 2}};
 
 Explored exploreAll(Mutation mutation, Order order = Order::UnlessOvertaken) {
-    Explored all;
-    for (const Shape& shape : kShapes) {
-        Explored one = explore(QueueModel(shape, mutation, order));
-        one.states += all.states;
-        all = std::move(one);
-        if (!all.holds())
-            break;
-    }
-    return all;
+    return exploreShapes(kShapes, [=](const Shape& shape) { return QueueModel(shape, mutation, order); });
 }
 
 TEST(QueueModel, NothingLostNothingTwiceAndInOrder) {

@@ -325,15 +325,7 @@ constexpr Shape kShapes[] = {{1, 2, 2, 2}, {1, 2, 1, 3}, {2, 3, 1, 2}, {1, 3, 1,
 
 // The first shape in which the mutation shows.
 Explored exploreAll(Mutation mutation) {
-    Explored all;
-    for (const Shape& shape : kShapes) {
-        Explored one = explore(WakeModel(shape, mutation));
-        one.states += all.states;
-        all = std::move(one);
-        if (!all.holds())
-            break;
-    }
-    return all;
+    return exploreShapes(kShapes, [=](const Shape& shape) { return WakeModel(shape, mutation); });
 }
 
 TEST(WakeModel, OneWorkerAtATimeAndNothingForgotten) {
