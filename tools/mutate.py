@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
 """Puts small faults into the library one at a time, and looks whether the tests find them.
 
-    mutate.py [--count N] [--seed S] [--only PREFIX ...] [--near] [--list] [--dir FOLDER] [--timeout S] [--jobs N]
+    mutate.py [--count N] [--seed S] [--only PREFIX ...] [--near | --early] [--list] [--dir FOLDER] [--timeout S] [--jobs N]
 
 N faults (default 50) of core/, trx/, modes/ and radios/, chosen by the seed, are tried in a copy of the tree. The
 tests of the mirrored folder run first, then the others, the ones with simulated radios last, until one fails. One that does
 not compile, or makes the same code, is replaced by the next. What is done is kept: a second call goes on, also with a larger
-N. FOLDER (build/mutate) then holds report.md and report.json.
+N. With --early the tests with simulated radios and the slow ones are left for a later call without it, which tries them on what
+has survived. FOLDER (build/mutate) then holds report.md and report.json.
 """
 
 import argparse
@@ -25,6 +26,7 @@ import mutate_sources
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 FOLDERS = ("core/", "trx/", "modes/", "radios/")
+LATE = ("sim", "slow")  # stages that --early leaves out
 EQUIVALENTS = ROOT / "tools" / "mutate_equivalents.txt"
 
 
@@ -122,6 +124,11 @@ class Trial:
 
     def stages(self, path):
         """(name, targets to build, arguments of ctest), in turn."""
+        for stage in self.all_stages(path):
+            if not (self.options.early and stage[0] in LATE):
+                yield stage
+
+    def all_stages(self, path):
         near = near_tests(path)
         if near:
             yield "near", [f"test_{name}" for name in near], ["-R", f"^({'|'.join(near)})\\.", "-LE", "sim"]
@@ -134,8 +141,8 @@ class Trial:
         yield "sim", ["all"], ["-L", "sim", "--repeat", "until-pass:2"]
         yield "slow", ["all"], ["-L", "slow", "-LE", "sim", f"-j{self.options.jobs}"]
 
-    def run(self, fault):
-        """verdict, by what."""
+    def run(self, fault, only=None):
+        """verdict, by what; with the tests of the stages in `only`, or with all."""
         source = self.tree.root / fault["file"]
         text = (ROOT / fault["file"]).read_text()
         lines = text.split("\n")
@@ -147,12 +154,14 @@ class Trial:
                 return "does not compile", ""
             if self.tree.code() == self.baseline:
                 return "same code", ""
-            return self.tests(fault)
+            return self.tests(fault, only)
         finally:
             source.write_text(text)
 
-    def tests(self, fault):
+    def tests(self, fault, only):
         for stage, targets, chosen in self.stages(fault["file"]):
+            if only and stage not in only:
+                continue
             if not self.tree.make(targets):
                 return "does not compile", ""
             passed = self.tree.test(self.options.timeout, chosen)
@@ -178,6 +187,8 @@ def report(folder, options, results):
     count = {v: sum(r["verdict"] == v for r in results)
              for v in ("killed", "survived", "equivalent", "same code", "does not compile")}
     extent = "tests of the mirrored folder only" if options.near else "whole suite"
+    if any(r.get("early") for r in tried):
+        extent += " but for those that have survived, which have not seen the tests with simulated radios and the slow ones yet"
     lines = ["# Faults put into the library", "",
              f"Seed {options.seed}, {len(tried)} faults, {extent}: {count['killed']} found, {count['survived']} not found. "
              f"Left out: {count['equivalent']} known to change nothing, {count['same code']} that made the same code, "
@@ -203,6 +214,7 @@ def main():
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--only", nargs="*", default=[], help="files whose path begins so")
     parser.add_argument("--near", action="store_true", help="only the tests of the mirrored folder")
+    parser.add_argument("--early", action="store_true", help="leave simulated radios and slow tests for a later call")
     parser.add_argument("--list", action="store_true", help="say which faults they would be, and end")
     parser.add_argument("--dir", type=pathlib.Path, default=ROOT / "build" / "mutate")
     parser.add_argument("--timeout", type=int, default=1800, help="seconds for the tests of a stage")
@@ -233,6 +245,33 @@ def main():
     done = {(r["file"], r["before"], r["after"]) for r in results}
     checked = set()
 
+    def prepare(fault):
+        folder = str(pathlib.PurePath(fault["file"]).parent) if options.near else "all"
+        if folder not in checked:
+            print(f"passing without a fault: {folder}", flush=True)
+            check_baseline(tree, options, trial, [fault["file"]])
+            trial.baseline = tree.code()
+            checked.add(folder)
+
+    def keep(result, began):
+        result["seconds"] = round(result.get("seconds", 0) + time.monotonic() - began, 1)
+        state_file.write_text(json.dumps({"identity": identity, "results": results}, indent=1))
+        print(f"{result['file']}:{result['line']} {result['kind']}: {result['verdict']} {result['by']}", flush=True)
+        report(options.dir, options, results)
+
+    by_key = {(f["file"], f["before"], f["after"]): f for f in order}
+    for result in results:
+        if options.early or not result.get("early"):
+            continue
+        fault = by_key.get((result["file"], result["before"], result["after"]))
+        if not fault:
+            continue  # the line is not there any more
+        prepare(fault)
+        began = time.monotonic()
+        result["verdict"], result["by"] = trial.run(fault, LATE)
+        del result["early"]
+        keep(result, began)
+
     for fault in order:
         if sum(r["verdict"] in ("killed", "survived") for r in results) >= options.count:
             break
@@ -244,19 +283,14 @@ def main():
         if key in known:
             verdict, by = "equivalent", known[key]
         else:
-            folder = str(pathlib.PurePath(fault["file"]).parent) if options.near else "all"
-            if folder not in checked:
-                print(f"passing without a fault: {folder}", flush=True)
-                check_baseline(tree, options, trial, [fault["file"]])
-                trial.baseline = tree.code()
-                checked.add(folder)
-                began = time.monotonic()
+            prepare(fault)
+            began = time.monotonic()
             verdict, by = trial.run(fault)
-        result = {k: fault[k] for k in ("kind", "file", "line", "before", "after")}
-        results.append({**result, "verdict": verdict, "by": by, "seconds": round(time.monotonic() - began, 1)})
-        state_file.write_text(json.dumps({"identity": identity, "results": results}, indent=1))
-        print(f"{fault['file']}:{fault['line']} {fault['kind']}: {verdict} {by}", flush=True)
-        report(options.dir, options, results)
+        result = {k: fault[k] for k in ("kind", "file", "line", "before", "after")} | {"verdict": verdict, "by": by}
+        if options.early and verdict == "survived":
+            result["early"] = True
+        results.append(result)
+        keep(result, began)
     print(report(options.dir, options, results))
     print(options.dir / "report.md")
 
