@@ -1,4 +1,4 @@
-// Ten minutes of reception into devices whose clocks are wrong, on a simulated time.
+// Long reception into devices whose clocks are wrong, on a simulated time.
 #include "core/audio/audio_ring.hpp"
 
 #include <gtest/gtest.h>
@@ -13,31 +13,34 @@ namespace {
 constexpr int kBlock = 512;
 #ifdef __SANITIZE_THREAD__
 constexpr double kSeconds = 200; // ten minutes take a minute
+constexpr double kLong = 300;
 #else
 constexpr double kSeconds = 600;
+constexpr double kLong = 1800;
 #endif
+constexpr double kSettled = 20;  // seconds
 constexpr float kPeriod = 65536; // of the sawtooth that is played
 
 struct Track {
     double fill = 0; // mean of the last minute
-    int lowest = 0;  // after the first 20 s
+    int lowest = 0;  // once it has settled
     int highest = 0;
     double ratio = 0; // at the end
     double smallest = 2, largest = 0;
     double target = 0, settledTarget = 0;
-    int seams = 0; // outputs, after the first 20 s, that do not follow from the one before
+    int seams = 0; // outputs, once it has settled, that do not follow from the one before
 };
 
 // A device that asks for `buffer` frames at a time and whose clock runs `ppm` fast. Its callbacks come up to
 // `jitter` ticks late.
-Track receive(double ppm, int buffer, double jitter) {
+Track receive(double ppm, int buffer, double jitter, double seconds = kSeconds, double settling = kSettled) {
     AudioRing ring;
     Track track;
     std::mt19937 random(1);
     std::uniform_real_distribution<double> late(0, jitter);
     std::vector<float> block(kBlock), out(2 * static_cast<std::size_t>(buffer));
     const double devicePeriod = buffer / (1 + ppm * 1e-6);
-    const double settled = 20 * 48000, end = kSeconds * 48000, lastMinute = end - 60 * 48000;
+    const double settled = settling * 48000, end = seconds * 48000, lastMinute = end - 60 * 48000;
     double due = 100.3, fillSum = 0;
     int fillCount = 0;
     float next = 0, previous = 0;
@@ -93,6 +96,26 @@ void expectTracking(double ppm, int buffer, double jitter) {
     EXPECT_GT(track.smallest, 0.997);
     EXPECT_LT(track.largest, 1.003);
     EXPECT_GE(track.lowest, 0);
+}
+
+// The level stays about its target for half an hour.
+void expectLevel(double ppm) {
+    constexpr double kWithin = 256;
+    const Track track = receive(ppm, 416, 100, kLong, 90);
+    std::printf("%+5.0f ppm for %.0f s: target %.0f, fill %d to %d\n", ppm, kLong, track.target, track.lowest,
+                track.highest);
+    EXPECT_EQ(track.seams, 0);
+    EXPECT_EQ(track.target, track.settledTarget) << "no resync";
+    EXPECT_GT(track.lowest, track.target - kWithin);
+    EXPECT_LT(track.highest, track.target + kWithin);
+}
+
+TEST(ClockTrackingTest, LevelWithADeviceThatIs100ppmFast) {
+    expectLevel(100);
+}
+
+TEST(ClockTrackingTest, LevelWithADeviceThatIs100ppmSlow) {
+    expectLevel(-100);
 }
 
 TEST(ClockTrackingTest, DeviceWithTheRightClock) {
