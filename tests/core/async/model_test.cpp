@@ -84,8 +84,8 @@ public:
             things_[i]->Deleted = kHearDeleted[i];
             things_[i]->number.bind(kHear[i], things_[i].get());
         }
-        // In some programs a context is held for a while, so that its rings run full.
-        const bool crowded = random_() % 4 == 0;
+        // In some programs a context is held for a while, so that its rings run full. They take long.
+        const bool crowded = seed_ % 16 == 1;
         std::atomic<bool> go{!crowded};
         if (crowded)
             things_[0]->queueSeqItem(seqTask("hold", [&go] { go.wait(false); }));

@@ -141,5 +141,16 @@ TEST_F(FmTransmit, BlocksJoinWithoutASeam) {
         ASSERT_LT(std::abs(f[n] - 2 * f[n - 1] + f[n - 2]), 250) << n;
 }
 
+TEST_F(FmTransmit, NothingIsWrittenBesideTheBlock) {
+    const std::complex<float> untouched(7, 8);
+    const Samples microphone(512, 0.1f), whole(600, untouched);
+    mode->modulate(microphone, whole.slice(0, 126));
+    for (std::size_t i = 0; i < whole.size(); ++i)
+        ASSERT_EQ(whole[i] == untouched, i >= 126) << i;
+    mode->modulate(microphone, whole);
+    for (std::size_t i = 0; i < whole.size(); ++i)
+        ASSERT_EQ(whole[i] == untouched, i >= 512) << i;
+}
+
 } // namespace
 } // namespace ferrow
