@@ -6,8 +6,8 @@
 N faults (default 50) of core/, trx/, modes/ and radios/, chosen by the seed, are tried in a copy of the tree. The
 tests of the mirrored folder run first, then the others, the ones with simulated radios last, until one fails. One that does
 not compile, or makes the same code, is replaced by the next. What is done is kept: a second call goes on, also with a larger
-N. With --early the tests with simulated radios and the slow ones are left for a later call without it, which tries them on what
-has survived. FOLDER (build/mutate) then holds report.md and report.json.
+N. With --early the tests with simulated radios and the slow ones are left for a later call without it, which tries again what has
+survived. FOLDER (build/mutate) then holds report.md and report.json.
 """
 
 import argparse
@@ -141,8 +141,8 @@ class Trial:
         yield "sim", ["all"], ["-L", "sim", "--repeat", "until-pass:2"]
         yield "slow", ["all"], ["-L", "slow", "-LE", "sim", f"-j{self.options.jobs}"]
 
-    def run(self, fault, only=None):
-        """verdict, by what; with the tests of the stages in `only`, or with all."""
+    def run(self, fault):
+        """verdict, by what."""
         source = self.tree.root / fault["file"]
         text = (ROOT / fault["file"]).read_text()
         lines = text.split("\n")
@@ -154,14 +154,12 @@ class Trial:
                 return "does not compile", ""
             if self.tree.code() == self.baseline:
                 return "same code", ""
-            return self.tests(fault, only)
+            return self.tests(fault)
         finally:
             source.write_text(text)
 
-    def tests(self, fault, only):
+    def tests(self, fault):
         for stage, targets, chosen in self.stages(fault["file"]):
-            if only and stage not in only:
-                continue
             if not self.tree.make(targets):
                 return "does not compile", ""
             passed = self.tree.test(self.options.timeout, chosen)
@@ -268,7 +266,7 @@ def main():
             continue  # the line is not there any more
         prepare(fault)
         began = time.monotonic()
-        result["verdict"], result["by"] = trial.run(fault, LATE)
+        result["verdict"], result["by"] = trial.run(fault)
         del result["early"]
         keep(result, began)
 
