@@ -4,8 +4,7 @@
 #include "tests/modes/ft8/ft8_signal.hpp"
 
 #include <array>
-#include <cstdio>
-#include <cstdlib>
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <random>
 
@@ -68,10 +67,8 @@ public:
         return word(fields, 2) + word(numbers, 2);
     }
     std::string report(int low, int high) {
-        char text[8];
         const int value = low + static_cast<int>(below(static_cast<unsigned>(high - low + 1)));
-        std::snprintf(text, sizeof text, "%c%02d", value < 0 ? '-' : '+', std::abs(value));
-        return text;
+        return fmt::format("{:+03}", value);
     }
 
 private:
@@ -175,22 +172,21 @@ TEST(Ft8Pack, RandomContestExchangesComeBackAsTheyWere) {
         ASSERT_EQ(shown(day), day);
         ASSERT_EQ(type(day), transmitters > 16 ? "0.4" : "0.3");
 
-        char serial[8];
-        std::snprintf(serial, sizeof serial, "%04u", 1 + dice.below(7999));
+        std::string serial = fmt::format("{:04}", 1 + dice.below(7999));
         const std::string round = (dice.coin() ? "TU; " : "") + a + " " + b + roger + "5" +
                                   dice.of("23456789") + "9 " +
                                   (dice.coin() ? serial : multipliers[dice.below(6)]);
         ASSERT_EQ(shown(round), round);
         ASSERT_EQ(type(round), "3");
 
-        std::snprintf(serial, sizeof serial, "%04u", 1 + dice.below(2047));
+        serial = fmt::format("{:04}", 1 + dice.below(2047));
         const std::string vhf = "<" + a + "> <" + b + ">" + roger + "5" + dice.of("23456789") + serial + " " +
                                 dice.grid() + dice.word("ABCDEFGHIJKLMNOPQRSTUVWX", 2);
         ASSERT_EQ(shown(vhf, {b, a}), vhf);
         ASSERT_EQ(type(vhf), "5");
 
         const int report = -30 + 2 * static_cast<int>(dice.below(32));
-        std::snprintf(serial, sizeof serial, "%c%02d", report < 0 ? '-' : '+', std::abs(report));
+        serial = fmt::format("{:+03}", report);
         const std::string expedition = a + " RR73; " + b + " <KH1/K1ABC> " + serial;
         ASSERT_EQ(shown(expedition, {"KH1/K1ABC"}), expedition);
         ASSERT_EQ(type(expedition), "0.1");
