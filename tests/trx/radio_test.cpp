@@ -237,7 +237,8 @@ TEST_F(RadioTest, WithoutReceiversNothingIsAssigned) {
     auto bare = std::make_shared<FakeRadio>(rootSyncTask);
     on(*bare, [&] { bare->addVtrx(14100000, -1, 0); });
     test::settle(bare->context());
-    EXPECT_EQ(bare->vtrxs[0]->hwReceiverOfAdc[0], -1);
+    for (const auto& receiver : bare->vtrxs[0]->hwReceiverOfAdc)
+        EXPECT_EQ(receiver, -1);
 }
 
 TEST_F(RadioTest, ABackendThatCannotAddLeavesWhatThereWas) {
