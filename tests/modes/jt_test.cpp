@@ -449,6 +449,46 @@ TEST_F(JtTransmit, AFreqDevTableOf3GivesTheTableForAProductOf1) {
     EXPECT_EQ(one.back(), std::complex<float>()) << "past the table";
 }
 
+TEST_F(JtTransmit, TheStepBetweenTonesIsAsShortAsItsBandwidthTimeProductSays) {
+    constexpr int kSymbol = 4800;
+    for (const int product : {1, 2, 10, 50}) {
+        auto fresh = std::make_shared<JTModDemod>(rootSyncTask);
+        fresh->setClock(fakeClock);
+        fresh->samplesPerSymbol.set(kSymbol);
+        fresh->samplesPerBlock.set(100000);
+        fresh->txFreq.set(0); // the shares of the two tones fall short of one by what a sample makes
+        fresh->FreqDevTable.set(product);
+        fresh->saveDirectory.set(runtime.folder() + "/x");
+        now100ns = at(12, 0, 15, 0);
+        std::vector<std::complex<float>> out;
+        on(*t, [&] {
+            t->ptt.set(false);
+            t->setModulation(fresh);
+        });
+        fresh->queueMsg(tones({0, 4, 4}), 1, msOfHour(0, 16));
+        on(*t, [&] {
+            fresh->demodulate(Samples(512, 0.1f));
+            for (int i = 0; i < 24; ++i) {
+                Samples chunk(512, 9.0f);
+                fresh->modulate(chunk, chunk);
+                out.insert(out.end(), chunk.begin(), chunk.end());
+            }
+        });
+        // A Gaussian is at 10 and 90 % of its integral 1.2816 of its widths from the middle.
+        const double width = std::sqrt(std::log(2.0)) / (2 * std::numbers::pi * product);
+        int between = 0;
+        for (int i = kSymbol / 2; i < kSymbol * 3 / 2; ++i) {
+            const auto place = static_cast<std::size_t>(i);
+            const std::complex<double> turned =
+                std::complex<double>(out[place + 1]) * std::conj(std::complex<double>(out[place]));
+            const double tone = std::abs(std::arg(turned)) * 48000 / (2 * std::numbers::pi) / 6.25 / 4;
+            between += tone > 0.1 && tone < 0.9 ? 1 : 0;
+        }
+        const double wanted = 2 * 1.2816 * width * kSymbol;
+        EXPECT_NEAR(between, wanted, 2 + 0.03 * wanted) << product;
+    }
+}
+
 TEST_F(JtTransmit, PlainTonesHaveTheirFrequencyAndLevel) {
     mode->samplesPerSymbol.set(4800);
     mode->samplesPerBlock.set(100000);

@@ -15,7 +15,7 @@ BINS = 80  # of the spectra that the training sees: up to 3.75 kHz
 FRAMES = 480  # of a scene: 5.12 s
 SIZE = FRAMES * FRAME // UP
 SCALE = 32000.0
-HARD = {"crashes", "carriers", "morse"}  # twice as often in the training as the rest
+SHARES = {"crashes": 2.0, "carriers": 2.0, "morse": 2.0}  # how often a kind comes in the training; the rest: 1
 
 
 def upsample(samples):
@@ -94,12 +94,12 @@ def level(heard, wanted, attack, decay, hang, start):
     return np.clip(heard * gains, -1, 1) * SCALE, np.clip(wanted * gains, -1, 1) * SCALE
 
 
-def random_scene(rng, voices):
-    """One for the training: everything at random."""
+def random_scene(rng, voices, often=SHARES):
+    """One for the training: everything at random, kinds of noise as `often` has it."""
     voice = np.zeros(SIZE) if rng.random() < 0.04 else voice_line(rng, voices, SIZE)
     voice = voice * 10 ** rng.uniform(-1, 0)
     names = sorted(sounds.KINDS)
-    shares = np.array([2.0 if name in HARD else 1.0 for name in names])
+    shares = np.array([often.get(name, 1.0) for name in names])
     kinds = rng.choice(names, rng.choice([1, 2, 3], p=[0.7, 0.2, 0.1]), replace=False, p=shares / shares.sum())
     noise = np.zeros(SIZE)
     for kind in kinds:
