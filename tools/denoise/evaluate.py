@@ -122,7 +122,7 @@ def picture(path, before, after):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("voices")
-    parser.add_argument("--scenes", type=int, default=12)
+    parser.add_argument("--scenes", type=int, default=48)
     parser.add_argument("--mix", type=float, default=100)
     parser.add_argument("--table")
     parser.add_argument("--picture")

@@ -1,4 +1,4 @@
-"""The noise reduction once more, from its description, in double precision and plain formulas: the oracle of the C++ code.
+"""The noise reduction once more, in double precision and plain formulas: the oracle of the C++ code.
 
     reference.py FOLDER      writes FOLDER/features.txt and FOLDER/gains.txt, the vectors of tests/trx/denoise
 
@@ -141,7 +141,7 @@ class Reduction:
     def passed_high(self, frame):
         out = np.empty(FRAME)
         a1, a2 = float(np.float32(-1.99599)), float(np.float32(0.996))
-        m0, m1 = self.high_pass  # in single precision, as the description has it
+        m0, m1 = self.high_pass  # in single precision
         for i, x in enumerate(frame):
             y = out[i] = float(np.float32(x + m0))
             m0 = float(np.float32(m1 + (-2 * x - a1 * y)))

@@ -1,5 +1,5 @@
 // The features and the whole frame against vectors that tools/denoise/reference.py computed in double
-// precision from the description, with transforms, prediction and pitch search of its own.
+// precision, with transforms, prediction and pitch search of its own.
 #include "trx/denoise/denoise.hpp"
 
 #include <gtest/gtest.h>
