@@ -1,6 +1,7 @@
 // ferrow talk with a sound server of its own, over UDP, as the simulated radio recorded it.
 #include "host/sound_file.hpp"
 #include "tests/host/on_air.hpp"
+#include "tests/soak/undisturbed.hpp"
 #include "tests/support/pulse_server.hpp"
 
 #include <cmath>
@@ -12,9 +13,11 @@
 #include <termios.h>
 
 using namespace ferrow::test;
+using ferrow::soak::undisturbed;
 
 namespace {
 
+constexpr double kBorneMs = 20;   // standstills of the machine that the buffers on the way bear
 constexpr int kSoundRate = 44100; // not that of the radio
 constexpr std::size_t kTail = 9 * 126;
 
@@ -161,15 +164,17 @@ protected:
 } // namespace
 
 TEST_F(TalkSim, ASoundFileIsSentOnTheUpperSideband) {
-    RecordingRadio radio("127.62.6.1");
     const std::string wav = writeTones(folder.file("tone.wav"), {{1.5, 1200}});
-    const Outcome outcome =
-        runFerrow(talk("127.62.6.1", "14.2M:usb", {"--wav", wav, "--plain-microphone", "--json"}));
-    EXPECT_EQ(outcome.code, 0) << outcome.output;
-    EXPECT_NE(outcome.output.find(R"({"event":"keyed"})"), std::string::npos) << outcome.output;
-    EXPECT_NE(outcome.output.find("unkeyed"), std::string::npos) << outcome.output;
-    EXPECT_EQ(sinks().find("ferrow_"), std::string::npos) << "its sink is gone: " << sinks();
-    const TxRecord record = radio.finish();
+    const TxRecord record = undisturbed(kBorneMs, [&] {
+        RecordingRadio radio("127.62.6.1");
+        const Outcome outcome =
+            runFerrow(talk("127.62.6.1", "14.2M:usb", {"--wav", wav, "--plain-microphone", "--json"}));
+        EXPECT_EQ(outcome.code, 0) << outcome.output;
+        EXPECT_NE(outcome.output.find(R"({"event":"keyed"})"), std::string::npos) << outcome.output;
+        EXPECT_NE(outcome.output.find("unkeyed"), std::string::npos) << outcome.output;
+        EXPECT_EQ(sinks().find("ferrow_"), std::string::npos) << "its sink is gone: " << sinks();
+        return radio.finish();
+    });
     const auto [first, last] = soundOf(record);
     ASSERT_GT(last, first + 48000);
     EXPECT_NEAR(static_cast<double>(last - first) / 48000, 1.5, 0.1) << "all of it";
@@ -183,10 +188,12 @@ TEST_F(TalkSim, ASoundFileIsSentOnTheUpperSideband) {
 }
 
 TEST_F(TalkSim, AndOnTheLowerOne) {
-    RecordingRadio radio("127.62.6.2");
     const std::string wav = writeTones(folder.file("tone.wav"), {{1, 800}});
-    EXPECT_EQ(runFerrow(talk("127.62.6.2", "7.1M:lsb", {"--wav", wav, "--plain-microphone"})).code, 0);
-    const TxRecord record = radio.finish();
+    const TxRecord record = undisturbed(kBorneMs, [&] {
+        RecordingRadio radio("127.62.6.2");
+        EXPECT_EQ(runFerrow(talk("127.62.6.2", "7.1M:lsb", {"--wav", wav, "--plain-microphone"})).code, 0);
+        return radio.finish();
+    });
     const auto [first, last] = soundOf(record);
     ASSERT_GT(last, first + 24000);
     EXPECT_GT(levelAt(record, first + 6000, last - 6000, -800), -12);
@@ -194,10 +201,12 @@ TEST_F(TalkSim, AndOnTheLowerOne) {
 }
 
 TEST_F(TalkSim, AmplitudeModulationIsACarrierWithTwoSidebands) {
-    RecordingRadio radio("127.62.6.3");
     const std::string wav = writeTones(folder.file("tone.wav"), {{1, 0}, {1, 1000}});
-    EXPECT_EQ(runFerrow(talk("127.62.6.3", "7.2M:am", {"--wav", wav})).code, 0);
-    const TxRecord record = radio.finish();
+    const TxRecord record = undisturbed(kBorneMs, [&] {
+        RecordingRadio radio("127.62.6.3");
+        EXPECT_EQ(runFerrow(talk("127.62.6.3", "7.2M:am", {"--wav", wav})).code, 0);
+        return radio.finish();
+    });
     // In the silence the carrier alone, of (0.35355339, 0.35355339).
     const double carrier = 20 * std::log10(0.5);
     EXPECT_NEAR(levelAt(record, 12000, 36000, 0), carrier, 0.01);
@@ -212,11 +221,15 @@ TEST_F(TalkSim, AmplitudeModulationIsACarrierWithTwoSidebands) {
 
 // Frequency modulation out and in: what the radio recorded is put on the air as a station, and heard.
 TEST_F(TalkSim, FrequencyModulationOutIsFrequencyModulationIn) {
-    RecordingRadio radio("127.62.6.11");
     const std::string wav = writeTones(folder.file("tone.wav"), {{1.6, 1000}});
-    EXPECT_EQ(runFerrow(talk("127.62.6.11", "29.6M:fm", {"--wav", wav, "--ctcss", "88.5"})).code, 0);
-    const std::string sent = radio.file("tx.wav");
-    const TxRecord record = radio.finish();
+    std::unique_ptr<RecordingRadio> radio;
+    const TxRecord record = undisturbed(kBorneMs, [&] {
+        radio.reset();
+        radio = std::make_unique<RecordingRadio>("127.62.6.11");
+        EXPECT_EQ(runFerrow(talk("127.62.6.11", "29.6M:fm", {"--wav", wav, "--ctcss", "88.5"})).code, 0);
+        return radio->finish();
+    });
+    const std::string sent = radio->file("tx.wav");
     ASSERT_GT(record.samples.size(), 60000u);
     double most = 0;
     for (std::size_t i = 4000; i + kTail < record.samples.size(); ++i) {
@@ -229,14 +242,16 @@ TEST_F(TalkSim, FrequencyModulationOutIsFrequencyModulationIn) {
     std::ofstream(folder.file("scene.json"))
         << R"({"noise_floor": -140, "stations": [{"kind": "iq", "frequency": 29600000, "level": -40, "file": ")"
         << sent << R"("}]})";
-    Running again({FERROW_SIM_PROGRAM, "--address", "127.62.6.12", "--scene", folder.file("scene.json"),
-                   "--die-with-parent"});
-    ASSERT_TRUE(again.waitFor("ready"));
-    EXPECT_EQ(runFerrow({"listen", "--radio", "127.62.6.12", "--rate", "48", "--tune", "29.6M:fm", "--wav",
-                         folder.path(), "--duration", "2"})
-                  .code,
-              0);
-    const ferrow::Sound heard = ferrow::readWav(folder.file("29600000_fm.wav"));
+    const ferrow::Sound heard = undisturbed(kBorneMs, [&] {
+        Running again({FERROW_SIM_PROGRAM, "--address", "127.62.6.12", "--scene", folder.file("scene.json"),
+                       "--die-with-parent"});
+        EXPECT_TRUE(again.waitFor("ready"));
+        EXPECT_EQ(runFerrow({"listen", "--radio", "127.62.6.12", "--rate", "48", "--tune", "29.6M:fm",
+                             "--wav", folder.path(), "--duration", "2"})
+                      .code,
+                  0);
+        return ferrow::readWav(folder.file("29600000_fm.wav"));
+    });
     EXPECT_GT(toneShare(heard.samples, 1000), 0.98) << "share of the tone in what is heard";
 }
 
@@ -346,15 +361,17 @@ TEST_F(TalkSim, AMicrophoneThatIsNotInTheListIsRefused) {
 TEST_F(TalkSim, ListenPlaysOnTheDefaultDevice) {
     std::ofstream(folder.file("scene.json"))
         << R"({"noise_floor": -140, "stations": [{"kind": "carrier", "frequency": 14201000, "level": -40}]})";
-    Running radio({FERROW_SIM_PROGRAM, "--address", "127.62.6.10", "--scene", folder.file("scene.json"),
-                   "--die-with-parent"});
-    ASSERT_TRUE(radio.waitFor("ready"));
-    MonitorRecorder recorder(*server);
-    EXPECT_EQ(runFerrow({"listen", "--radio", "127.62.6.10", "--rate", "48", "--tune", "14.2M:usb",
-                         "--duration", "2"})
-                  .code,
-              0);
-    const auto recording = recorder.finish();
+    const auto recording = undisturbed(kBorneMs, [&] {
+        Running radio({FERROW_SIM_PROGRAM, "--address", "127.62.6.10", "--scene", folder.file("scene.json"),
+                       "--die-with-parent"});
+        EXPECT_TRUE(radio.waitFor("ready"));
+        MonitorRecorder recorder(*server);
+        EXPECT_EQ(runFerrow({"listen", "--radio", "127.62.6.10", "--rate", "48", "--tune", "14.2M:usb",
+                             "--duration", "2"})
+                      .code,
+                  0);
+        return recorder.finish();
+    });
     // Gain and the output's clock tracking still settle.
     EXPECT_GT(toneShare(recording.left, 1000), 0.5);
 }

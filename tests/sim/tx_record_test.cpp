@@ -3,6 +3,7 @@
 #include "sim/scene/build_sky.hpp"
 #include "tests/sim/test_host.hpp"
 #include "tests/sim/tx_record.hpp"
+#include "tests/soak/undisturbed.hpp"
 
 #include <chrono>
 #include <filesystem>
@@ -189,31 +190,34 @@ TEST(TxRecorder, OverflowAndUnderflowAreInTheRowsAndOnTheWire) {
 }
 
 TEST(TxRecorder, TheFillFollowsTheRadiosOwnClock) {
-    // A thousandth fast: over two seconds of packets at exactly 48 kHz it takes 96 samples more than it gets.
-    RecordedRadio it("127.0.23.6", false, [](RadioSettings& settings) { settings.clockPpm = 1000; });
-    it.host.start(1);
-    const auto begin = std::chrono::steady_clock::now();
-    for (int i = 0; i < 12; ++i)
-        it.host.data(kKeyed, kLatency);
-    for (int i = 12; i < 762; ++i) {
-        std::this_thread::sleep_until(begin + std::chrono::nanoseconds(2'625'000LL * (i - 11)));
-        it.host.data(kKeyed, kLatency);
-        if (i % 50 == 0)
-            it.host.drain();
-    }
-    ASSERT_TRUE(it.received(762));
-    const auto rows = it.rows();
-    const auto mean = [&](std::size_t from,
-                          std::size_t to) { // the lowest quarter would be noise of this machine
+    // Two hundredths fast: in the time of 80 packets at exactly 48 kHz it takes 202 samples more than it
+    // gets.
+    constexpr int kFirst = 12, kPaced = 100, kSpan = 20;
+    const std::vector<TxRow> rows = ferrow::soak::undisturbed(20, [] { // the buffer holds 31 ms
+        RecordedRadio it("127.0.23.6", false, [](RadioSettings& settings) { settings.clockPpm = 20000; });
+        it.host.start(1);
+        const auto begin = std::chrono::steady_clock::now();
+        for (int i = 0; i < kFirst; ++i)
+            it.host.data(kKeyed, kLatency);
+        for (int i = 1; i <= kPaced; ++i) {
+            std::this_thread::sleep_until(begin + std::chrono::nanoseconds(2'625'000LL * i));
+            it.host.data(kKeyed, kLatency);
+            if (i % 50 == 0)
+                it.host.drain();
+        }
+        EXPECT_TRUE(it.received(kFirst + kPaced));
+        return it.rows();
+    });
+    ASSERT_GE(rows.size(), static_cast<std::size_t>(kFirst + kPaced));
+    const auto median = [&](std::size_t from) {
         std::vector<double> fills;
-        for (std::size_t i = from; i < to; ++i)
+        for (std::size_t i = from; i < from + kSpan; ++i)
             fills.push_back(rows[i].fill);
-        std::nth_element(fills.begin(), fills.begin() + static_cast<std::ptrdiff_t>(fills.size() / 2),
-                         fills.end());
-        return fills[fills.size() / 2];
+        std::nth_element(fills.begin(), fills.begin() + kSpan / 2, fills.end());
+        return fills[kSpan / 2];
     };
-    const std::size_t first = rows.size() - 750;
-    EXPECT_NEAR(mean(first, first + 100) - mean(rows.size() - 100, rows.size()), 650 * 126 * 0.001, 30);
+    EXPECT_NEAR(median(rows.size() - kPaced) - median(rows.size() - kSpan), (kPaced - kSpan) * 126 * 0.02,
+                60);
 }
 
 TEST(TxBufferModel, RunsDryAndLeavesTheAirOnce) {
