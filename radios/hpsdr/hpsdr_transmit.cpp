@@ -123,7 +123,11 @@ void HpsdrRadio::sendcommandcontrol(const buff<std::complex<float>>& block) {
         return;
     }
     PacketInputs inputs = packetInputs();
+    const bool tail = builder.hangPackets() > 1;
     builder.build(packetAt(slot), inputs, {block.data(), block.size()});
+    // A stream that was stopped in a transmission's tail starts anew with the transmit gain.
+    if (tail && builder.hangPackets() == 1)
+        updateGains();
     if (!queuePacket(slot))
         logError("HpsdrRadio::sendcommandcontrol can't queue");
 }

@@ -230,6 +230,27 @@ TEST(HpsdrStream, GainFollowsItsPropertiesAndPtt) {
     EXPECT_EQ(gainByte(bench), 21 + 32);
 }
 
+TEST(HpsdrStream, AStreamThatWasStoppedInATransmissionsTailHasTheReceiveGainBehindIt) {
+    Bench bench;
+    bench.on([&] {
+        bench.radio->rxGain.setFromHost(30);
+        bench.radio->txGain.setFromHost(10);
+    });
+    bench.run();
+    bench.on([&] {
+        bench.radio->ptt.set(true);
+        bench.radio->transmit(buff<std::complex<float>>(126, 0.0f));
+        bench.radio->ptt.set(false);
+        bench.radio->transmit(buff<std::complex<float>>(126, 0.0f));
+    });
+    bench.stop();
+    bench.drain();
+    bench.start();
+    EXPECT_EQ(gainByte(bench), 41 % 32 + 32) << "the tail goes on: 33 of 49 packets";
+    EXPECT_EQ(gainByte(bench), 21 + 32);
+    EXPECT_EQ(gainByte(bench), 21 + 32);
+}
+
 TEST(HpsdrStream, ReceivedSamplesFollowAGainChangeFourPacketsLate) {
     Bench bench;
     bench.on([&] {
