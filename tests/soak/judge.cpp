@@ -3,6 +3,7 @@
 #include "tests/support/sanitizer.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <fmt/format.h>
 
 namespace ferrow::soak {
@@ -114,18 +115,26 @@ void Soak::judge(Verdict& verdict, nlohmann::json& report) {
                        {"objects", deeds.objects},   {"presses", deeds.presses},
                        {"visitors", deeds.visitors}, {"recordings", deeds.recordings},
                        {"spectra", deeds.spectra},   {"blocks", deeds.blocks}};
-    const MemoryLine::Fit memory = memory_.fit(warm_);
+    const auto fitted = [&](const MemoryLine& line) {
+        const MemoryLine::Fit fit = line.fit(warm_);
+        auto course = nlohmann::json::array();
+        const std::size_t step = std::max<std::size_t>(line.points().size() / 400, 1);
+        for (std::size_t i = 0; i < line.points().size(); i += step)
+            course.push_back({std::round(line.points()[i].seconds), line.points()[i].megabytes});
+        return nlohmann::json{
+            {"first_mb", fit.first},          {"last_mb", fit.last},       {"most_mb", fit.most},
+            {"mb_per_hour", fit.slope},       {"scatter_mb", fit.scatter}, {"hours", fit.hours},
+            {"bound_mb_per_hour", fit.bound}, {"course", course}};
+    };
     report["memory"] = {{"from_s", warm_},
-                        {"hours", memory.hours},
-                        {"first_mb", memory.first},
-                        {"last_mb", memory.last},
-                        {"most_mb", memory.most},
-                        {"mb_per_hour", memory.slope},
-                        {"scatter_mb", memory.scatter},
-                        {"bound_mb_per_hour", memory.bound}};
+                        {"resident_at_rest", fitted(settled_)},
+                        {"allocated_at_rest", fitted(settledInUse_)},
+                        {"resident", fitted(memory_)},
+                        {"allocated", fitted(inUse_)}};
     // A sanitizer keeps what was released; and before everything has been done once, memory may grow.
+    const MemoryLine::Fit memory = settled_.fit(warm_);
     if (!test::kSanitized && warm_ > 0 && memory.hours > 0.5 * warm_ / 3600)
-        verdict.add("memory, MB an hour", memory.slope < memory.bound,
+        verdict.add("memory at rest, MB an hour", memory.slope < memory.bound,
                     fmt::format("{:.1f} over {:.2f} h, {:.1f} to {:.1f} MB", memory.slope, memory.hours,
                                 memory.first, memory.last),
                     fmt::format("{:.1f}", memory.bound));

@@ -18,7 +18,8 @@ std::int64_t nanoseconds(Clock::time_point time) {
 
 } // namespace
 
-MachineWatch::MachineWatch() : last_(std::numeric_limits<std::int64_t>::min() / 2) {
+MachineWatch::MachineWatch(EventLog* log, double notedMs)
+    : log_(log), notedMs_(notedMs), last_(std::numeric_limits<std::int64_t>::min() / 2) {
     for (unsigned cpu = 0; cpu < std::thread::hardware_concurrency(); ++cpu)
         threads_.emplace_back([this, cpu] { watch(cpu); });
 }
@@ -53,6 +54,8 @@ void MachineWatch::watch(unsigned cpu) {
         std::this_thread::sleep_until(due);
         const auto now = Clock::now();
         const double late = std::chrono::duration<double, std::milli>(now - due).count();
+        if (log_ != nullptr && late >= notedMs_)
+            log_->add("stall", late);
         if (late < kLateMs)
             continue;
         last_ = nanoseconds(now);

@@ -1,6 +1,8 @@
 // When the machine itself stood still: what a virtual machine does not get, no program can make up for.
 #pragma once
 
+#include "tests/soak/event_log.hpp"
+
 #include <atomic>
 #include <cstdint>
 #include <mutex>
@@ -21,7 +23,8 @@ class MachineWatch {
 public:
     static constexpr double kLateMs = 8; // shorter ones the ring of 10.7 ms has to bear
 
-    MachineWatch();
+    // Standstills of `notedMs` and more go to `log` as "stall", if there is one.
+    explicit MachineWatch(EventLog* log = nullptr, double notedMs = 2);
     ~MachineWatch();
     MachineWatch(const MachineWatch&) = delete;
     MachineWatch& operator=(const MachineWatch&) = delete;
@@ -34,6 +37,8 @@ public:
 private:
     void watch(unsigned cpu);
 
+    EventLog* const log_;
+    const double notedMs_;
     std::atomic<bool> exit_{false};
     std::atomic<std::int64_t> last_; // ns of the steady clock
     std::mutex mutex_;               // the rest

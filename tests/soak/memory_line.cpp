@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <malloc.h>
 #include <unistd.h>
 
 namespace ferrow::soak {
@@ -17,6 +18,11 @@ double residentMegabytes() {
     long pages = 0, resident = 0;
     std::ifstream("/proc/self/statm") >> pages >> resident;
     return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1e6;
+}
+
+double allocatedMegabytes() {
+    const struct mallinfo2 all = mallinfo2();
+    return static_cast<double>(all.uordblks + all.hblkhd) / 1e6;
 }
 
 MemoryLine::Fit MemoryLine::fit(double seconds) const {

@@ -7,6 +7,8 @@ namespace ferrow::soak {
 
 // Of this process, in MB (10^6 bytes).
 double residentMegabytes();
+// Of these what has been allocated and not been released: the rest is what the allocator keeps, and code.
+double allocatedMegabytes();
 
 class MemoryLine {
 public:
@@ -24,10 +26,12 @@ public:
     // Of what came from `seconds` on.
     Fit fit(double seconds) const;
 
-private:
     struct Point {
         double seconds, megabytes;
     };
+    const std::vector<Point>& points() const { return points_; }
+
+private:
     std::vector<Point> points_;
 };
 

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <fmt/format.h>
 #include <list>
+#include <malloc.h>
 #include <sys/mount.h>
 #include <thread>
 #include <unistd.h>
@@ -51,10 +52,11 @@ double secondsSince(std::chrono::steady_clock::time_point time) {
 
 Soak::Soak(const Plan& plan, const Options& options, const fs::path& folder)
     : plan_(plan), options_(options), folder_(folder), scene_(folder / "scene.json"), disk_(folder / "disk"),
-      address_(freeLoopbackAddress()), guard_(address_, kGuardLimit), progress_(kProgressLimit) {
+      address_(freeLoopbackAddress()), guard_(address_, kGuardLimit), progress_(kProgressLimit),
+      events_(folder / "events.csv") {
     std::ofstream(scene_) << kScene;
     fs::create_directories(disk_);
-    monitor_.emplace(server_, machine_, kTone);
+    monitor_.emplace(server_, machine_, events_, kTone);
     LibraryOptions library;
     library.logFile = folder_ / "library.log";
     fs::remove(library.logFile);
@@ -112,6 +114,7 @@ void Soak::sayProgress(const Phase& phase) {
         return;
     lastSecond_ = Clock::now();
     memory_.add(elapsed(), residentMegabytes());
+    inUse_.add(elapsed(), allocatedMegabytes());
     const bool terminal = isatty(STDERR_FILENO) == 1;
     if (!terminal && secondsSince(lastWords_) < 10)
         return;
@@ -184,10 +187,14 @@ void Soak::runPhase(const Phase& phase, const std::function<void()>& round) {
     waitForSamples(counted);
     loop(calm(phase), plan_.settling, counted, round);
     listen(phase, counted, [&] { loop(phase, plan_.settling + phase.seconds, counted, round); });
+    station_->rest();
     if (!interrupted())
         pumpFor(std::max(plan_.settling + phase.seconds + kBehind - secondsIn(), 0.0));
     counted.seconds += secondsIn();
     endRadio(counted);
+    malloc_trim(0); // what the allocator keeps for later depends on what went on before
+    settled_.add(elapsed(), residentMegabytes());
+    settledInUse_.add(elapsed(), allocatedMegabytes());
     counted.sequenceErrors += station_->sequenceErrors() - errorsBefore;
     for (const auto& [words, number] : log_->take()) {
         counted.log[words] += number;
@@ -275,7 +282,7 @@ void Soak::loseSound(Counted& counted) {
     monitor_.reset();
     pumpFor(1);
     server_.restart();
-    monitor_.emplace(server_, machine_, kTone);
+    monitor_.emplace(server_, machine_, events_, kTone);
     station_->reopenSound();
     const auto began = Clock::now();
     if (!library_->pumpThrough([this] { return monitor_->hears(); },

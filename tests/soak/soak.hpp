@@ -86,15 +86,17 @@ private:
     TransmitGuard guard_; // forks: before any thread
     Progress progress_;
     test::PulseServer server_;
-    MachineWatch machine_;
+    EventLog events_;
+    MachineWatch machine_{&events_};
     std::optional<SoundMonitor> monitor_;
     std::optional<Library> library_;
     std::optional<Station> station_;
     std::optional<RadioProcess> radio_;
     std::optional<LogWatch> log_;
     std::vector<Counted> counted_;
-    MemoryLine memory_;
-    double warm_ = 0; // seconds until every phase has been gone through
+    MemoryLine memory_, inUse_;         // every second
+    MemoryLine settled_, settledInUse_; // at the end of each phase
+    double warm_ = 0;                   // seconds until every phase has been gone through
     Clock::time_point began_ = Clock::now(), streamBegan_{}, lastAct_{}, lastSecond_{}, lastWords_{};
     int radios_ = 0;
     bool mounted_ = false;

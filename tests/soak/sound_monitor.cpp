@@ -7,8 +7,9 @@
 
 namespace ferrow::soak {
 
-SoundMonitor::SoundMonitor(const test::PulseServer& server, const MachineWatch& machine, double hertz)
-    : machine_(machine), judge_(hertz) {
+SoundMonitor::SoundMonitor(const test::PulseServer& server, const MachineWatch& machine, EventLog& log,
+                           double hertz)
+    : machine_(machine), log_(log), judge_(hertz) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
         throw std::runtime_error("no pipe");
@@ -39,6 +40,8 @@ void SoundMonitor::collect() {
         std::memcpy(frames.data(), bytes.data(), bytes.size());
         const std::lock_guard lock(mutex_);
         judge_.judge(frames.data(), counts_, machine_.stalledWithin(kAfterStallMs));
+        if (counts_ && !judge_.hears())
+            log_.add("quiet", 1000.0 * ToneJudge::kWindow / ToneJudge::kRate);
     }
 }
 

@@ -18,8 +18,8 @@ public:
     // How long after a standstill of the machine a silence may come of it: what is on its way from the sound
     // server to here, and the ring that fills anew.
     static constexpr double kAfterStallMs = 300;
-    // `hertz`: of the tone.
-    SoundMonitor(const test::PulseServer& server, const MachineWatch& machine, double hertz);
+    // `hertz`: of the tone. Windows without it go to `log` as "quiet" while silence counts.
+    SoundMonitor(const test::PulseServer& server, const MachineWatch& machine, EventLog& log, double hertz);
     ~SoundMonitor();
     SoundMonitor(const SoundMonitor&) = delete;
     SoundMonitor& operator=(const SoundMonitor&) = delete;
@@ -38,6 +38,7 @@ private:
     test::ChildProcess recorder_;
     int pipe_ = -1;
     const MachineWatch& machine_;
+    EventLog& log_;
     std::thread thread_;
     std::atomic<bool> counts_{false};
     mutable std::mutex mutex_; // the rest

@@ -277,6 +277,22 @@ void Station::swapMode(Slot& slot) {
     ++deeds_.modes;
 }
 
+void Station::rest() {
+    for (std::size_t place = 0; place < slots_.size(); ++place) {
+        if (place == kListener || place == kTransmitter)
+            continue;
+        Slot& slot = *slots_[place];
+        void* const vtrx = slot.vtrx.get();
+        slot.kind = Kind::Usb;
+        Object mode = makeMode(slot.kind);
+        vtrx_setModulation(vtrx, mode.get());
+        slot.mode = std::move(mode);
+        vtrx_setRxFilter(vtrx, 200, 2800);
+        vtrx_setspecZoom(vtrx, 1);
+        vtrx_setspecOffset(vtrx, 0);
+    }
+}
+
 // Within reach of its band's middle, at times into another band; the carrier's is left to those who live
 // there.
 void Station::retune(Slot& slot) {

@@ -43,6 +43,9 @@ public:
     // Something of everything; twenty times a second.
     void act(const Phase& phase);
 
+    // All transceivers as at first, with a plain mode: what they need now can be compared with other times.
+    void rest();
+
     // Off the air, whatever goes on; false if the library did not come to it.
     bool release();
     bool keyed() const { return keyed_ || pressed_.has_value(); }

@@ -19,6 +19,7 @@ def thirds():
 
 THIRDS = thirds()
 NAMES = ("amplitude", "segmental", "envelopes", "spectrum", "voice")
+ENVELOPES = 3.0  # weight of that part
 
 
 def envelopes(wanted, got, speech):
@@ -72,4 +73,4 @@ def loss(gain_logits, voice_logits, batch):
     known = (1 - silent) * (1 - ((energy > 1e-5 * peak) & (energy <= 3e-3 * peak) & (peak > 1)).float())
     voice = nn.functional.binary_cross_entropy_with_logits(
         voice_logits, ((energy > 3e-3 * peak) & (peak > 1)).float(), reduction="none") * known
-    return (amplitude.mean(), 0.5 * segmental(energy, error, speech), 3 * (1 - envelopes(s, g, speech)), 0.3 * spectrum, 0.05 * voice.mean())
+    return (amplitude.mean(), 0.5 * segmental(energy, error, speech), ENVELOPES * (1 - envelopes(s, g, speech)), 0.3 * spectrum, 0.05 * voice.mean())

@@ -1,4 +1,5 @@
-"""Trains the network on the scenes of scenes.py: train.py SCENES CHECKPOINT [--minutes M] [--rate R] [--last-rate R] [--round]
+"""Trains the network on the scenes of scenes.py: train.py SCENES CHECKPOINT [--minutes M] [--rate R] [--last-rate R]
+[--envelopes WEIGHT] [--round]
 
 Goes on from the checkpoint if it is there, else from the weights that are compiled in with --from-weights, else from nothing. Reads
 new scenes as they appear, and writes the checkpoint every few minutes; the first two shards are kept for the check. With --round the
@@ -96,10 +97,12 @@ def main():
     parser.add_argument("--last-rate", type=float, default=1e-4)
     parser.add_argument("--batch", type=int, default=64)
     parser.add_argument("--frames", type=int, default=240)
+    parser.add_argument("--envelopes", type=float, default=loss.ENVELOPES, metavar="WEIGHT")
     parser.add_argument("--round", action="store_true")
     parser.add_argument("--from-weights", action="store_true")
     parser.add_argument("--seed", type=int, default=1)
     options = parser.parse_args()
+    loss.ENVELOPES = options.envelopes
     torch.set_num_threads(1)
     torch.manual_seed(options.seed)
     torch.set_flush_denormal(True)
