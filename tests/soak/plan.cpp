@@ -28,6 +28,7 @@ std::vector<Phase> turn(double length) {
         all.push_back(std::move(phase));
     };
     const int stallMs = brief ? 400 : 1000;
+    const double behind = 0.5 + stallMs / 1000.0; // one may begin at the end
     add(90, 4, {.name = "steady"});
     // Samples that are missing or double at regular intervals shift the carrier: the tone is not where it
     // was, and silence tells nothing.
@@ -47,12 +48,14 @@ std::vector<Phase> turn(double length) {
     add(30, 2, {.name = "reorder", .faults = {"reorder:every=13"}, .errorsPerFault = 3});
     add(45, 3,
         {.name = "stalls",
+         .behind = behind,
          .faults = {stall(45 * length, stallMs, false)},
          .mayDrop = true,
          .longestGapMs = 2.5 * stallMs,
          .quietShare = 0.8});
     add(45, 3,
         {.name = "dropouts",
+         .behind = behind,
          .faults = {stall(45 * length, stallMs, true)},
          .errorsPerFault = 1,
          .longestGapMs = 2.5 * stallMs,

@@ -8,7 +8,8 @@ namespace ferrow::soak {
 
 struct Phase {
     std::string name = {};
-    double seconds = 30;                  // of the radio's stream, behind the settling
+    double seconds = 30; // of the radio's stream, behind the settling
+    double behind = 0.5; // seconds of the stream behind the last fault: all have been noticed
     std::vector<std::string> faults = {}; // of the simulated radio, as its --fault takes them
     double clockPpm = 0;
     bool storm = true;       // retunes, other modes, property sets, objects made and released

@@ -23,7 +23,6 @@ namespace fs = std::filesystem;
 constexpr int kSlower = test::kSanitized ? 5 : 1;
 constexpr auto kGuardLimit = 3s * kSlower;
 constexpr auto kProgressLimit = 90s * kSlower;
-constexpr double kBehind = 0.5; // seconds of the stream behind the last fault, so that all have been noticed
 constexpr double kReturn = 10 * kSlower;
 constexpr auto kPause = 2ms;
 constexpr auto kActEvery = 50ms;
@@ -189,7 +188,7 @@ void Soak::runPhase(const Phase& phase, const std::function<void()>& round) {
     listen(phase, counted, [&] { loop(phase, plan_.settling + phase.seconds, counted, round); });
     station_->rest();
     if (!interrupted())
-        pumpFor(std::max(plan_.settling + phase.seconds + kBehind - secondsIn(), 0.0));
+        pumpFor(std::max(plan_.settling + phase.seconds + phase.behind - secondsIn(), 0.0));
     counted.seconds += secondsIn();
     endRadio(counted);
     malloc_trim(0); // what the allocator keeps for later depends on what went on before
