@@ -364,6 +364,29 @@ protected:
         on(*mode, [&] { mode->queueMsg(table, marker, startMs); });
     }
     static int msOfHour(int minute, int second) { return (minute * 60 + second) * 1000; }
+
+    // The first blocks of what a mode of its own sends of a table of tones.
+    std::vector<std::complex<float>> waveOf(const std::shared_ptr<JTModDemod>& fresh,
+                                            std::initializer_list<float> table, int blocks) {
+        fresh->setClock(fakeClock);
+        fresh->saveDirectory.set(runtime.folder() + "/x");
+        now100ns = at(12, 0, 15, 0);
+        std::vector<std::complex<float>> out;
+        on(*t, [&] {
+            t->ptt.set(false);
+            t->setModulation(fresh);
+        });
+        fresh->queueMsg(tones(table), 1, msOfHour(0, 16));
+        on(*t, [&] {
+            fresh->demodulate(Samples(512, 0.1f));
+            for (int i = 0; i < blocks; ++i) {
+                Samples chunk(512, 9.0f);
+                fresh->modulate(chunk, chunk);
+                out.insert(out.end(), chunk.begin(), chunk.end());
+            }
+        });
+        return out;
+    }
 };
 
 TEST_F(JtTransmit, AMessageOfThisPeriodStartsAndMarksItsFile) {
@@ -421,27 +444,10 @@ TEST_F(JtTransmit, AMessageQueuedAtTheLimitNeverStarts) {
 TEST_F(JtTransmit, AFreqDevTableOf3GivesTheTableForAProductOf1) {
     const auto wave = [&](int table) {
         auto fresh = std::make_shared<JTModDemod>(rootSyncTask);
-        fresh->setClock(fakeClock);
         fresh->samplesPerSymbol.set(480);
         fresh->samplesPerBlock.set(1024);
         fresh->FreqDevTable.set(table);
-        fresh->saveDirectory.set(runtime.folder() + "/x");
-        now100ns = at(12, 0, 15, 0);
-        std::vector<std::complex<float>> out;
-        on(*t, [&] {
-            t->ptt.set(false);
-            t->setModulation(fresh);
-        });
-        fresh->queueMsg(tones({0, 5, 2, 7}), 1, msOfHour(0, 16));
-        on(*t, [&] {
-            fresh->demodulate(Samples(512, 0.1f));
-            for (int i = 0; i < 4; ++i) {
-                Samples chunk(512, 9.0f);
-                fresh->modulate(chunk, chunk);
-                out.insert(out.end(), chunk.begin(), chunk.end());
-            }
-        });
-        return out;
+        return waveOf(fresh, {0, 5, 2, 7}, 4);
     };
     const auto one = wave(1), three = wave(3), ten = wave(10);
     EXPECT_EQ(one, three);
@@ -453,27 +459,11 @@ TEST_F(JtTransmit, TheStepBetweenTonesIsAsShortAsItsBandwidthTimeProductSays) {
     constexpr int kSymbol = 4800;
     for (const int product : {1, 2, 10, 50}) {
         auto fresh = std::make_shared<JTModDemod>(rootSyncTask);
-        fresh->setClock(fakeClock);
         fresh->samplesPerSymbol.set(kSymbol);
         fresh->samplesPerBlock.set(100000);
         fresh->txFreq.set(0); // the shares of the two tones fall short of one by what a sample makes
         fresh->FreqDevTable.set(product);
-        fresh->saveDirectory.set(runtime.folder() + "/x");
-        now100ns = at(12, 0, 15, 0);
-        std::vector<std::complex<float>> out;
-        on(*t, [&] {
-            t->ptt.set(false);
-            t->setModulation(fresh);
-        });
-        fresh->queueMsg(tones({0, 4, 4}), 1, msOfHour(0, 16));
-        on(*t, [&] {
-            fresh->demodulate(Samples(512, 0.1f));
-            for (int i = 0; i < 24; ++i) {
-                Samples chunk(512, 9.0f);
-                fresh->modulate(chunk, chunk);
-                out.insert(out.end(), chunk.begin(), chunk.end());
-            }
-        });
+        const std::vector<std::complex<float>> out = waveOf(fresh, {0, 4, 4}, 24);
         // A Gaussian is at 10 and 90 % of its integral 1.2816 of its widths from the middle.
         const double width = std::sqrt(std::log(2.0)) / (2 * std::numbers::pi * product);
         int between = 0;

@@ -46,8 +46,10 @@ void MachineWatch::watch(unsigned cpu) {
     sched_param most{};
     most.sched_priority = sched_get_priority_max(SCHED_FIFO);
     if (pthread_setaffinity_np(pthread_self(), sizeof own, &own) != 0 ||
-        pthread_setschedparam(pthread_self(), SCHED_FIFO, &most) != 0)
+        pthread_setschedparam(pthread_self(), SCHED_FIFO, &most) != 0) {
+        denied_ = true;
         return;
+    }
     constexpr auto kSleep = std::chrono::milliseconds(1);
     while (!exit_) {
         const auto due = Clock::now() + kSleep;

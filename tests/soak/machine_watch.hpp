@@ -29,6 +29,8 @@ public:
     MachineWatch(const MachineWatch&) = delete;
     MachineWatch& operator=(const MachineWatch&) = delete;
 
+    // Whether it may note anything, once its threads have begun.
+    bool watches() const { return !denied_; }
     // Whether any processor stood still within the last `ms`.
     bool stalledWithin(double ms) const;
     // Since the last call.
@@ -39,7 +41,7 @@ private:
 
     EventLog* const log_;
     const double notedMs_;
-    std::atomic<bool> exit_{false};
+    std::atomic<bool> exit_{false}, denied_{false};
     std::atomic<std::int64_t> last_; // ns of the steady clock
     std::mutex mutex_;               // the rest
     Stalls stalls_;

@@ -3,6 +3,7 @@
 #include "tests/soak/machine_watch.hpp"
 #include "tests/soak/memory_line.hpp"
 #include "tests/soak/on_the_way.hpp"
+#include "tests/soak/plan.hpp"
 #include "tests/soak/tone_judge.hpp"
 #include "tests/soak/verdict.hpp"
 #include "tests/support/sanitizer.hpp"
@@ -273,6 +274,50 @@ TEST(MemoryLineTest, ResidentMemoryIsWhatIsTouched) {
     }
 }
 
+TEST(MemoryLineTest, AllocatedMemoryIsWhatHasNotBeenReleased) {
+    if (test::kSanitized)
+        GTEST_SKIP() << "a sanitizer's allocator does not tell";
+    const double before = allocatedMegabytes();
+    auto untouched = std::make_unique_for_overwrite<char[]>(64 << 20);
+    static_cast<volatile char*>(untouched.get())[0] = 1;
+    EXPECT_NEAR(allocatedMegabytes() - before, 67.1, 0.5);
+    untouched.reset();
+    EXPECT_NEAR(allocatedMegabytes(), before, 0.5);
+}
+
+TEST(PlanTest, AStallThatBeginsAtAPhasesEndIsOverBeforeItsStreamIs) {
+    for (const double seconds : {48.0, 180.0, 3600.0}) {
+        int stalls = 0;
+        for (const Phase& phase : planNamed("full", seconds).phases)
+            for (const std::string& fault : phase.faults) {
+                const auto at = fault.find("ms=");
+                if (!fault.starts_with("stall:") || at == std::string::npos)
+                    continue;
+                ++stalls;
+                EXPECT_GT(1000 * phase.behind, std::stod(fault.substr(at + 3))) << phase.name;
+            }
+        EXPECT_EQ(stalls, 2) << seconds;
+    }
+}
+
+TEST(EventLogTest, ATableOfTimesKindsAndLengths) {
+    const auto file = std::filesystem::temp_directory_path() / ("ferrow-events-" + std::to_string(getpid()));
+    {
+        EventLog log(file);
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        log.add("quiet", 20);
+    }
+    std::ifstream in(file);
+    std::string head, line, more;
+    std::getline(in, head);
+    std::getline(in, line);
+    EXPECT_EQ(head, "seconds,kind,ms");
+    EXPECT_GE(std::stod(line), 0.02);
+    EXPECT_EQ(line.substr(line.find(',')), ",quiet,20");
+    EXPECT_FALSE(std::getline(in, more));
+    std::filesystem::remove(file);
+}
+
 TEST(LogWatchTest, RecordsAreCountedByTheirWords) {
     const auto file = std::filesystem::temp_directory_path() / ("ferrow-watch-" + std::to_string(getpid()));
     std::ofstream log(file);
@@ -310,8 +355,11 @@ TEST(MachineWatchTest, AProcessThatIsStoppedHasStoodStill) {
     std::thread([&] { mayBeRealTime = pthread_setschedparam(pthread_self(), SCHED_FIFO, &most); }).join();
     if (mayBeRealTime != 0)
         GTEST_SKIP() << "no right to a real-time priority";
-    MachineWatch watch;
+    const auto file = std::filesystem::temp_directory_path() / ("ferrow-stalls-" + std::to_string(getpid()));
+    EventLog log(file);
+    MachineWatch watch(&log);
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_TRUE(watch.watches());
     watch.take();
     const pid_t self = getpid(), other = fork();
     if (other == 0) {
@@ -329,6 +377,9 @@ TEST(MachineWatchTest, AProcessThatIsStoppedHasStoodStill) {
     EXPECT_GE(stalls.count, 1);
     EXPECT_GE(stalls.longestMs, 40);
     EXPECT_GE(stalls.seconds, 0.04);
+    std::ifstream events(file);
+    EXPECT_NE(std::string(std::istreambuf_iterator<char>(events), {}).find(",stall,"), std::string::npos);
+    std::filesystem::remove(file);
 }
 
 } // namespace

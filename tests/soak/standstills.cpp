@@ -13,6 +13,10 @@ int main() {
     ferrow::soak::MachineWatch watch;
     int signal = 0;
     sigwait(&ends, &signal);
+    if (!watch.watches()) {
+        fmt::print("without the right to a real-time priority no standstill of the machine is noted\n");
+        return 0;
+    }
     const ferrow::soak::Stalls stalls = watch.take();
     fmt::print(
         "the machine stood still {} times for more than {:.0f} ms, {:.0f} ms at most, {:.1f} s in all\n",
